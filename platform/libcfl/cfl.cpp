@@ -55,6 +55,7 @@ struct chunk {
 struct cfl {
 	char *text;
 	size_t size;
+	bool broken; // memory ran short in an edit: the text is no longer what callers think
 	block *blocks;
 	size_t blocks_count, blocks_capacity;
 	section *sections;
@@ -260,8 +261,8 @@ static bool open_section(cfl *file, char *heading)
 	return decoded && add_block(file, heading, decoded, decode(name, length, decoded));
 }
 
-/* Builds the index anew. When memory is short it is left empty and false is returned; the text
- * is still whole. */
+/* Builds the index anew. When memory is short it is left empty, false is returned, and the file
+ * cannot be written any more. */
 static bool index_sections(cfl *file)
 {
 	file->blocks_count = file->sections_count = 0;
@@ -274,6 +275,7 @@ static bool index_sections(cfl *file)
 		bool starts_line = at == file->text || at[-1] == '\n';
 		if (starts_line && !open_section(file, at)) {
 			file->blocks_count = file->sections_count = 0;
+			file->broken = true;
 			return false;
 		}
 		at++;
@@ -460,35 +462,23 @@ cfl *cfl_read(const char *path)
 	return file;
 }
 
-/* The next reader would drop a CR at the end of a line: what ends in one is escaped anew. A NUL
- * ends a value before the CR does. Returns false when memory is short. */
-static bool write_line(const char *line, size_t length, FILE *stream)
+/* A CR at the end of a line is followed by another, for the next reader drops one. */
+static void write_line(const char *line, size_t length, FILE *stream)
 {
-	bool is_comment = length == 0 || *line == '#' || *line == ';';
-	if (is_comment || line[length - 1] != '\r' || memchr(line, '\0', length)) {
-		fwrite(line, 1, length, stream);
-	} else {
-		char *plain = static_cast<char *>(malloc(length + 1 + 2 * length));
-		if (!plain)
-			return false;
-		decode(line, length, plain);
-		char *escaped = plain + length + 1;
-		fwrite(escaped, 1, static_cast<size_t>(encode(plain, escaped) - escaped), stream);
-		free(plain);
-	}
+	fwrite(line, 1, length, stream);
+	if (length > 0 && line[length - 1] == '\r')
+		putc('\r', stream);
 	putc('\n', stream);
-	return true;
 }
 
 int cfl_write(cfl *file, FILE *stream)
 {
-	if (!file || !stream)
+	if (!file || !stream || file->broken)
 		return -1;
 	char *end = file->text + file->size;
 	for (char *line = file->text; line < end;) {
 		char *line_end = end_of_line(file, line);
-		if (!write_line(line, static_cast<size_t>(line_end - line), stream))
-			return -1;
+		write_line(line, static_cast<size_t>(line_end - line), stream);
 		line = next_line(file, line_end);
 	}
 	return fflush(stream) != 0 || ferror(stream) ? -1 : 0;

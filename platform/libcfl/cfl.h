@@ -19,7 +19,8 @@
  * the first section, in a section it is the heading. So n sections count n + 1 and n values
  * count n + 1.
  *
- * Every pointer argument may be null: counts are then 0, look-ups null, changes -1. */
+ * Every pointer argument may be null: counts are then 0, look-ups null, changes -1. A change is
+ * -1 too when memory is short. */
 #ifndef CFL_H
 #define CFL_H
 
@@ -36,7 +37,8 @@ typedef struct cfl cfl;
 cfl *cfl_read(const char *path);
 
 /* Writes the file to stream and flushes it; what was not changed is written as it was read, and
- * the last line ends with LF. Returns 0, or -1 when the stream reports an error. */
+ * the last line ends with LF. Returns 0, or -1 when the stream reports an error or memory ran
+ * short in an earlier change of the file. */
 int cfl_write(cfl *file, FILE *stream);
 
 /* Releases the handle and every string that was obtained through it. */

@@ -127,7 +127,7 @@ TEST(cfl_edit, keeps_strings_valid_until_the_file_is_freed)
 	for (int i = 0; i < 20; i++) {
 		std::string key = "KEY" + std::to_string(i);
 		EXPECT_EQ(cfl_value_insert(file, "B", key.c_str(), 1, large.c_str()), 0);
-		EXPECT_EQ(cfl_value_get_by_name(file, "B", key.c_str(), nullptr), large);
+		EXPECT_STREQ(cfl_value_get_by_name(file, "B", key.c_str(), nullptr), large.c_str());
 	}
 	EXPECT_STREQ(name, "A");
 	EXPECT_STREQ(value, "one");
@@ -160,7 +160,8 @@ TEST(cfl_edit, survives_a_write_and_a_read_with_every_character_in_a_name_or_val
 			const char *text = all.c_str();
 			ASSERT_EQ(cfl_section_insert(file, text), 0);
 			ASSERT_EQ(cfl_value_insert(file, text, "K", 1, text), 0);
-			ASSERT_EQ(cfl_value_insert(file, text, key.c_str(), 1, "V"), c == '=' ? -1 : 0);
+			ASSERT_EQ(cfl_value_insert(file, text, key.c_str(), 1, "V"),
+				  c == '=' ? -1 : 0);
 		}
 		cfl *again = read_text(text_of(file));
 		ASSERT_EQ(cfl_get_sections_count(again), 256);

@@ -32,17 +32,12 @@ public:
 		}
 	}
 
-	/* A CR that is left at the end of a value is escaped, for the next reader would drop it. */
+	/* A CR that is left at the end of a line gets another, for the next reader drops one. */
 	std::string text() const
 	{
 		std::string all;
-		for (const std::string &line : lines) {
-			bool is_data = !line.empty() && !strchr("#;", line[0]);
-			if (is_data && line.back() == '\r')
-				all += line.substr(0, line.size() - 1) + "\\r\n";
-			else
-				all += line + "\n";
-		}
+		for (const std::string &line : lines)
+			all += line + (!line.empty() && line.back() == '\r' ? "\r\n" : "\n");
 		return all;
 	}
 
@@ -97,7 +92,8 @@ public:
 		return 0;
 	}
 
-	int insert_value(const std::string &section, const std::string &key, const std::string &text)
+	int insert_value(const std::string &section, const std::string &key,
+			 const std::string &text)
 	{
 		if (!holds(sections(), section))
 			return -1;
@@ -160,7 +156,8 @@ private:
 		std::string plain;
 		for (size_t i = 0; i < raw.size(); i++) {
 			char next = i + 1 < raw.size() ? raw[i + 1] : '\0';
-			bool escape = raw[i] == '\\' && (next == '\\' || next == 'n' || next == 'r');
+			bool escape =
+				raw[i] == '\\' && (next == '\\' || next == 'n' || next == 'r');
 			if (!escape) {
 				plain += raw[i];
 				continue;
@@ -201,18 +198,22 @@ static void expect_same(cfl *file, const model &expected, const texts &names, co
 	const texts sections = expected.sections();
 	ASSERT_EQ(cfl_get_sections_count(file), static_cast<int>(sections.size()) + 1);
 	for (size_t i = 0; i < sections.size(); i++)
-		ASSERT_EQ(cfl_section_get_name_by_position(file, static_cast<int>(i) + 2), sections[i]);
-	for (const std::string &name : names) {
-		const std::vector<value> values = expected.values(name);
-		bool known = std::find(sections.begin(), sections.end(), name) != sections.end();
-		ASSERT_EQ(cfl_section_get_values_count(file, name.c_str()),
-			  known ? static_cast<int>(values.size()) + 1 : 0) << name;
-		for (size_t i = 0; i < values.size(); i++)
-			ASSERT_EQ(cfl_value_get_by_position(file, name.c_str(), static_cast<int>(i) + 2,
-							    nullptr, nullptr), values[i].text);
-		for (const std::string &key : keys)
-			ASSERT_STREQ(cfl_value_get_by_name(file, name.c_str(), key.c_str(), nullptr),
-				     first_of(values, key)) << name << ": " << key;
+		ASSERT_STREQ(cfl_section_get_name_by_position(file, static_cast<int>(i) + 2),
+			     sections[i].c_str());
+	for (const std::string &section : names) {
+		const char *name = section.c_str();
+		const std::vector<value> values = expected.values(section);
+		bool known = std::find(sections.begin(), sections.end(), section) != sections.end();
+		int count = known ? static_cast<int>(values.size()) + 1 : 0;
+		ASSERT_EQ(cfl_section_get_values_count(file, name), count) << name;
+		for (int i = 2; i <= count; i++) {
+			const char *text = cfl_value_get_by_position(file, name, i, nullptr, nullptr);
+			ASSERT_STREQ(text, values[static_cast<size_t>(i) - 2].text.c_str());
+		}
+		for (const std::string &key : keys) {
+			const char *text = cfl_value_get_by_name(file, name, key.c_str(), nullptr);
+			ASSERT_STREQ(text, first_of(values, key)) << name << ": " << key;
+		}
 	}
 	ASSERT_EQ(text_of(file), expected.text());
 }

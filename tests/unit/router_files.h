@@ -113,7 +113,7 @@ inline size_t count_lines(const std::string &text)
 }
 
 typedef std::vector<std::string> texts;
-typedef std::map<std::string, std::string> files; // name and content
+typedef std::map<std::string, std::string> file_map; // name and content
 
 class fresh_router {
 public:
@@ -145,9 +145,9 @@ public:
 		std::filesystem::remove(STORES + kind);
 	}
 
-	files scripts() const
+	file_map scripts() const
 	{
-		files found;
+		file_map found;
 		for (const auto &entry : std::filesystem::directory_iterator(SCRIPTS)) {
 			if (entry.is_regular_file())
 				found[entry.path().filename()] = read_file(entry.path());

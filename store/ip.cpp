@@ -1,0 +1,23 @@
+/* Address lists. */
+#include <cfl.h>
+
+#include "description.h"
+#include "lookup.h"
+#include "message.h"
+#include "paths.h"
+#include "records.h"
+
+void get_ip_by_id(ip_rec *rec, char *id)
+{
+	if (!id) {
+		qos_msg(0, "No such a ID");
+		return;
+	}
+	rec->id = id;
+	cfl *store = open_store(IP_STORE);
+	if (!store)
+		return;
+	rec->desc = read_desc(id, "ip");
+	copy_list(store, id, "IP_LIST[%d]", rec->ip_list, LIST_ENTRIES_MAX);
+	cfl_free(store);
+}

@@ -1,0 +1,23 @@
+/* Port lists. */
+#include <cfl.h>
+
+#include "description.h"
+#include "lookup.h"
+#include "message.h"
+#include "paths.h"
+#include "records.h"
+
+void get_port_by_id(port_rec *rec, char *id)
+{
+	if (!id) {
+		qos_msg(0, "No such a ID");
+		return;
+	}
+	cfl *store = open_store(PORT_STORE);
+	if (!store)
+		return;
+	rec->id = id;
+	rec->desc = read_desc(id, "port");
+	copy_list(store, id, "PORT_LIST[%d]", rec->port_list, LIST_ENTRIES_MAX);
+	cfl_free(store);
+}
