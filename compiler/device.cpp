@@ -1,0 +1,128 @@
+/* The two forms of a name, and the device of an interface. */
+#include "device.h"
+
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include "../store/message.h"
+#include "../store/text.h"
+
+static const char DEVICE_REPORT[] = "/tmp/qos_devinfo";
+static const char PVC_LIST[] = "/etc/script/pvc.info";
+
+static const size_t COMMAND_SIZE = 112; // leaves 38 characters for the name of an interface
+static const size_t LINE_SIZE = 1024;
+static const size_t DEVICE_NAME_MAX = 15;    // characters, as in the kernel
+
+static void echo_replacing(char *name, char from, char to)
+{
+	for (; *name; name++) {
+		printf(" %c \n", *name);
+		if (*name == from)
+			*name = to;
+		printf(" %c \n", *name);
+	}
+}
+
+void replace(char *name)
+{
+	echo_replacing(name, '_', '/');
+}
+
+void replace_slash(char *name)
+{
+	echo_replacing(name, '/', '_');
+}
+
+/* False when something in a name could mean something to a shell. */
+static bool is_plain_name(const char *name)
+{
+	return name[strspn(name, "abcdefghijklmnopqrstuvwxyz"
+				 "ABCDEFGHIJKLMNOPQRSTUVWXYZ"
+				 "0123456789_./:@-")] == '\0';
+}
+
+/* Finds the line of a key and copies it, LF included, to line: the first that is no comment, has
+ * the key anywhere and a '=' where KEY="VALUE" has it. */
+static bool find_line(FILE *file, const char *key, char line[LINE_SIZE])
+{
+	while (fgets(line, LINE_SIZE, file)) {
+		if (line[0] != '#' && strstr(line, key) && line[strlen(key)] == '=')
+			return true;
+	}
+	return false;
+}
+
+/* Cuts the value out of a line found by find_line: what stands behind the '=' and the quote,
+ * without the last two characters, which are the other quote and the LF. */
+static char *cut_value(char *line)
+{
+	char *value = strchr(line, '=') + 1;
+	size_t length = strlen(value);
+	if (length > 0)
+		value++;
+	value[length > 3 ? length - 3 : 0] = '\0';
+	return value;
+}
+
+static int read_device(FILE *report, const char *interface, char **device)
+{
+	char line[LINE_SIZE];
+	if (!find_line(report, "DEVICE", line))
+		return 0;
+	printf("[[[[ line : %s ]]]]\n", line);
+	printf("[[[[ name : %.*s ]]]]\n", static_cast<int>(strcspn(line, "=")), line);
+
+	char *value = cut_value(line);
+	printf("[[[[ value : %s ]]]]\n", value);
+	if (strlen(value) > DEVICE_NAME_MAX || !is_plain_name(value)) {
+		qos_warn("%s: '%s' is no name of a device", interface, value);
+		return 0;
+	}
+	*device = strdup(value);
+	// The trace of the result's place: no text stands there, and it shows as empty.
+	printf("[[[[ dev : %s ]]]]\n", "");
+	return 1;
+}
+
+int get_dev_name(const char *name, char **device)
+{
+	printf("[[[[ %s ]]]]\n", name);
+	char command[COMMAND_SIZE];
+	int length = snprintf(command, sizeof(command),
+			      "/usr/local/sbin/imish -e \"show intfinfo %s > /tmp/qos_devinfo\" "
+			      "2> /dev/null",
+			      name);
+	if (!fits(length, sizeof(command)) || !is_plain_name(name)) {
+		qos_warn("%s: no name of an interface", name);
+		return 0;
+	}
+	// What counts is the report: the command shell's exit status says nothing about it.
+	if (system(command) == -1)
+		qos_warn("%s: cannot start a shell", name);
+
+	FILE *report = fopen(DEVICE_REPORT, "r");
+	if (!report)
+		return 0;
+	int found = read_device(report, name, device);
+	fclose(report);
+	return found;
+}
+
+int read_pvc_info(char **pvc)
+{
+	FILE *list = fopen(PVC_LIST, "r");
+	if (!list)
+		return 0;
+	char line[LINE_SIZE];
+	bool found = find_line(list, "PVC", line);
+	fclose(list);
+	if (!found)
+		return 0;
+	char *value = cut_value(line);
+	if (strlen(value) > DEVICE_NAME_MAX)
+		return 0;
+	*pvc = strdup(value);
+	return 1;
+}
