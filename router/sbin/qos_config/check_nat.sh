@@ -1,0 +1,11 @@
+#!/bin/sh
+# Stand-in for the router's NAT test: check_nat.sh DEVICE ADDRESS
+# Exit status 1 when ADDRESS leaves DEVICE translated, else 0. The table has lines "DEVICE START",
+# START being what the translated addresses start with.
+table=/etc/conf/nat_table
+
+while read -r device start; do
+	[ "$device" = "$1" ] || continue
+	case $2 in "$start"*) exit 1 ;; esac
+done < "$table"
+exit 0

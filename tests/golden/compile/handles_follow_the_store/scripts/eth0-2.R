@@ -1,0 +1,1 @@
+RATE=10Mbps

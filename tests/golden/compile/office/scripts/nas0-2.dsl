@@ -1,0 +1,3 @@
+RATE=900Kbps
+CEIL=900Kbps
+LEAF=none

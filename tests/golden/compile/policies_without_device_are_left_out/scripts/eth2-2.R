@@ -1,0 +1,1 @@
+RATE=1Mbps
