@@ -1,0 +1,20 @@
+# Sourced by demo, check and bench/run. install_packages PACKAGE ... installs what is missing of
+# these Debian packages, and says so.
+install_packages()
+{
+	missing=
+	for package in "$@"; do
+		status=$(dpkg-query -W -f '${Status}' "$package" 2>/dev/null) || status=
+		[ "$status" = "install ok installed" ] || missing="$missing $package"
+	done
+	[ -n "$missing" ] || return 0
+	sudo=
+	[ "$(id -u)" = 0 ] || sudo=sudo
+	echo "== installing:$missing"
+	# shellcheck disable=SC2086
+	{
+		$sudo apt-get -q update &&
+		$sudo env DEBIAN_FRONTEND=noninteractive \
+			apt-get -q -y install --no-install-recommends $missing
+	} > /dev/null || { echo "cannot install:$missing" >&2; return 1; }
+}
