@@ -2,6 +2,7 @@
  * start for every question. Every prefix of a file, and random sequences of edits. */
 #include <cfl.h>
 
+#include <algorithm>
 #include <random>
 
 #include "router_files.h"
@@ -207,8 +208,9 @@ static void expect_same(cfl *file, const model &expected, const texts &names, co
 		int count = known ? static_cast<int>(values.size()) + 1 : 0;
 		ASSERT_EQ(cfl_section_get_values_count(file, name), count) << name;
 		for (int i = 2; i <= count; i++) {
-			const char *text = cfl_value_get_by_position(file, name, i, nullptr, nullptr);
-			ASSERT_STREQ(text, values[static_cast<size_t>(i) - 2].text.c_str());
+			const value &known_value = values[static_cast<size_t>(i) - 2];
+			ASSERT_STREQ(cfl_value_get_by_position(file, name, i, nullptr, nullptr),
+				     known_value.text.c_str());
 		}
 		for (const std::string &key : keys) {
 			const char *text = cfl_value_get_by_name(file, name, key.c_str(), nullptr);
@@ -234,7 +236,7 @@ TEST(cfl_read, reads_every_prefix_of_a_file)
 	const texts names = { "A", "B\n", "", "D" };
 	const texts keys = { "K", "L ", "M", "" };
 	for (size_t size = 0; size <= whole.size(); size++) {
-		for (char beyond : { '=', ']', '\n', '\\', '\0' }) {
+		for (char beyond : { '=', ']', '\n', '\\', 'n', '\0' }) {
 			SCOPED_TRACE(size);
 			write_file(PATH, whole.substr(0, size));
 			fill_freed_memory(size + 1, beyond);

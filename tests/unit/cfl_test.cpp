@@ -188,6 +188,13 @@ TEST(cfl_value_get_by_position, gives_values_in_any_order_of_positions)
 	EXPECT_EQ(value_at(store.file, "C", 2), nullptr);
 }
 
+TEST(cfl_value_get_by_position, gives_null_again_and_again_behind_the_last_value)
+{
+	opened store("[A]\nK=1\n[B]\nK=9\n[A]\n# no value\n");
+	for (int position : { 2, 3, 3, 4, 5, 2, 3 })
+		EXPECT_STREQ(value_at(store.file, "A", position), position == 2 ? "1" : nullptr);
+}
+
 TEST(cfl_read, gives_null_for_what_it_cannot_open_or_read_to_its_end)
 {
 	EXPECT_EQ(cfl_read("/tmp/no such file"), nullptr);

@@ -237,6 +237,22 @@ TEST(do_rule, never_makes_a_nat_rule_of_an_entry_that_is_no_port_or_address)
 	EXPECT_EQ(g_mark, 100);
 }
 
+/* The place of the source port may hold one among the destination ports. */
+TEST(do_rule, never_pairs_a_source_port_with_an_entry_that_is_no_port)
+{
+	fresh_compiler router;
+	router.translate("exit 1\n");
+	for (const std::string bad : { "http", "65536", "80x" }) {
+		router.store_filter({ "1.1.1.1" }, { "2.2.2.2" }, { "10", "11" }, { "20", bad });
+		printed told;
+		std::string rules = router.rules_of({ "f" }, &told);
+		EXPECT_NE(rules.find("IPTRULE=1.1.1.1/32:10,2.2.2.2/32:20;tcp.\n"),
+			  std::string::npos) << rules;
+		EXPECT_EQ(rules.find(bad), std::string::npos) << rules;
+		EXPECT_EQ(count_lines(told.err), 1u) << told.err;
+	}
+}
+
 /* What follows the digits of an address is ignored, so each of these is a valid entry. */
 TEST(do_rule, gives_the_nat_test_no_entry_with_more_than_letters_digits_blanks_and_signs)
 {

@@ -84,7 +84,7 @@ TEST(do_policy, asks_for_the_interface_in_device_form_and_writes_the_device_in_f
 TEST(do_policy, gives_the_nat_test_the_device_in_device_form)
 {
 	small_office router;
-	router.connect({ { "LAN1", "nas/0" }, { "LAN2", "a_b" } });
+	router.connect({ { "LAN1", "eth/7" }, { "LAN2", "a_b" } });
 	router.store("policy", policy("LAN1") + policy("LAN2", "spq"));
 	router.store("class", "[root]\nFILTER_ID[0]=f\n");
 	router.store("basic", "[root]\nFILTER_ID[0]=f\n");
@@ -92,7 +92,7 @@ TEST(do_policy, gives_the_nat_test_the_device_in_device_form)
 	router.translate("echo \"$*\" >> " + SCRATCH + "asked\n");
 	compile(router);
 	// a '_' does not come back from file form
-	EXPECT_EQ(read_file(SCRATCH + "asked"), "nas/0 1.2.3.4\na/b 1.2.3.4\n");
+	EXPECT_EQ(read_file(SCRATCH + "asked"), "eth/7 1.2.3.4\na/b 1.2.3.4\n");
 }
 
 TEST(do_policy, compiles_an_empty_root_class)

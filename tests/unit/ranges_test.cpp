@@ -2,6 +2,7 @@
  * blocks cover the range, that each is aligned, and that no split has fewer. */
 #include "../../compiler/ranges.h"
 
+#include <algorithm>
 #include <random>
 #include <vector>
 
