@@ -3,6 +3,7 @@
 
 #include <cfl.h>
 
+#include "filter_fields.h"
 #include "lookup.h"
 #include "message.h"
 #include "paths.h"
@@ -22,15 +23,7 @@ void get_filter_by_id(filter_rec *rec, char *id)
 		qos_msg(1, "CFG handle error!!");
 		return;
 	}
-	rec->net_proto = copy_value(store, id, "NET_PROTO");
-	rec->trans_proto = copy_value(store, id, "TRANS_PROTO");
-	rec->prio = copy_value(store, id, "PRIO");
-	rec->int_ip_id = copy_value(store, id, "INT_IP_ID");
-	rec->ext_ip_id = copy_value(store, id, "EXT_IP_ID");
-	rec->int_port_id = copy_value(store, id, "INT_PORT_ID");
-	rec->ext_port_id = copy_value(store, id, "EXT_PORT_ID");
-	rec->nat = copy_value(store, id, "NAT");
-	rec->tos = copy_value(store, id, "TOS");
-	rec->use = copy_value(store, id, "USE");
+	for (const filter_field &row : FILTER_FIELDS)
+		rec->*row.field = copy_value(store, id, row.key);
 	cfl_free(store);
 }

@@ -5,6 +5,7 @@
 #include "lookup.h"
 #include "message.h"
 #include "paths.h"
+#include "policy_fields.h"
 #include "records.h"
 
 void get_policy_by_id(policy_rec *rec, char *id)
@@ -17,11 +18,8 @@ void get_policy_by_id(policy_rec *rec, char *id)
 	if (!store)
 		return;
 	rec->id = id;
-	rec->root_class = copy_value(store, id, "ROOT_CLASS");
-	rec->default_class = copy_value(store, id, "DEFAULT_CLASS");
-	rec->bandwidth = copy_value(store, id, "BANDWIDTH");
-	rec->bandwidth_unit = copy_value(store, id, "BANDWIDTH_UNIT");
-	rec->r2q = copy_value(store, id, "R2Q");
+	for (const policy_field &row : POLICY_FIELDS)
+		rec->*row.field = copy_value(store, id, row.key);
 	rec->desc = read_desc(id, "policy");
 	rec->qdisc = copy_value(store, id, "QDISC");
 	copy_list(store, id, "BAND[%d]", rec->band, BANDS_MAX);
