@@ -1,0 +1,109 @@
+/* How classes are saved, updated and deleted. A class and the marks of its filters are two stores
+ * that change together: a filter that a class has taken is marked "use" in its own section, and
+ * one that was handed back "unuse". Filters marked "use" are not offered to other classes. */
+#include <stdio.h>
+
+#include <cfl.h>
+
+#include "../store/class_fields.h"
+#include "../store/message.h"
+#include "../store/paths.h"
+#include "rewrite.h"
+#include "save.h"
+#include "web.h"
+
+static_assert((sizeof(CLASS_FIELDS) + sizeof(CLASS_LEAF_FIELDS)) / sizeof(class_field) +
+		      FILTERS_MAX + (sizeof(CLASS_SLOT_LISTS) / sizeof(class_slot_list) + DAYS) *
+		      SLOTS_MAX == OBJECT_VALUES_MAX,
+	      "room for all values of a class");
+
+/* Slots that are switched on: a schedule ends behind them, whatever else was posted. */
+static int count_slots(const class_rec *form)
+{
+	int slots = 0;
+	while (slots < SLOTS_MAX && form->time_enable[slots])
+		slots++;
+	return slots;
+}
+
+static void add_days(object *to, const class_rec *form, int slots)
+{
+	for (int slot = 0; slot < slots; slot++) {
+		for (int day = 0; day < DAYS; day++) {
+			char key[OBJECT_KEY_SIZE];
+			snprintf(key, sizeof(key), DOW_KEY, day, slot);
+			add_value(to, key, form->dow[day][slot]);
+		}
+	}
+}
+
+static void add_class(object *to, class_rec *form)
+{
+	for (const class_field &row : CLASS_FIELDS)
+		add_value(to, row.key, form->*row.field);
+	for (const class_field &row : CLASS_LEAF_FIELDS)
+		add_value(to, row.key, form->*row.field);
+	add_list(to, "FILTER_ID[%d]", form->filter_id, FILTERS_MAX);
+	int slots = count_slots(form);
+	for (const class_slot_list &row : CLASS_SLOT_LISTS)
+		add_list(to, row.key, get_slot_list(form, &row), slots);
+	add_days(to, form, slots);
+}
+
+/* Marks the filters of a list; one that is not in the store stays out of it. */
+static void mark_filters(cfl *filters, char *const *ids, const char *mark)
+{
+	for (int n = 0; n < FILTERS_MAX && ids[n]; n++) {
+		if (cfl_value_insert(filters, ids[n], "USE", 1, mark) == 0)
+			continue;
+		cfl_value_remove(filters, ids[n], "USE");
+		cfl_value_insert(filters, ids[n], "USE", 1, mark);
+	}
+}
+
+static int store_class(cfl *classes, cfl *filters, class_rec *form, save_mode mode)
+{
+	object stored = { CLASS_STORE, form->id, nullptr, nullptr, 0, {} };
+	add_class(&stored, form);
+	if (!insert_object(classes, &stored, mode))
+		return 0;
+	mark_filters(filters, form->filter_id, "use");
+	mark_filters(filters, form->unuse_filter_id, "unuse");
+	const rewrite changed[] = { { CLASS_STORE, classes }, { FILTER_STORE, filters } };
+	return rewrite_stores(changed, 2);
+}
+
+static int read_and_store(save_mode mode)
+{
+	class_rec form = {};
+	get_class_param(&form);
+	if (!form.id) {
+		qos_msg(0, "ID is empty.");
+		return 0;
+	}
+	cfl *classes = cfl_read(CLASS_STORE);
+	cfl *filters = cfl_read(FILTER_STORE);
+	int done = 0;
+	if (classes && filters)
+		done = store_class(classes, filters, &form, mode);
+	else
+		qos_msg(1, "CFG handler error!!");
+	cfl_free(filters);
+	cfl_free(classes);
+	return done;
+}
+
+int class_save(void)
+{
+	return read_and_store(SAVE);
+}
+
+int class_update(void)
+{
+	return read_and_store(UPDATE);
+}
+
+int class_delete(char *id)
+{
+	return delete_object(CLASS_STORE, POLICY_STORE, id);
+}

@@ -1,0 +1,105 @@
+/* The way of an object from its form to its store. */
+#include "save.h"
+
+#include <stdio.h>
+
+#include <cgi.h>
+
+#include "../store/description.h"
+#include "../store/lookup.h"
+#include "../store/message.h"
+#include "../store/reference.h"
+#include "rewrite.h"
+
+static const int SECTION_EXISTS = -2; // of cfl_section_insert; whatever else it returns is well
+
+void read_list(const char *field, char **list, int max)
+{
+	for (int n = 0; n < max; n++) {
+		list[n] = cgi_param_multiple(field);
+		if (!list[n])
+			return;
+	}
+}
+
+void add_value(object *to, const char *key, const char *value)
+{
+	if (!value || to->count >= OBJECT_VALUES_MAX)
+		return;
+	auto *added = &to->values[to->count++];
+	snprintf(added->key, sizeof(added->key), "%s", key);
+	added->value = value;
+}
+
+void add_list(object *to, const char *format, char *const *list, int max)
+{
+	for (int n = 0; n < max && list[n]; n++) {
+		char key[OBJECT_KEY_SIZE];
+		snprintf(key, sizeof(key), format, n);
+		add_value(to, key, list[n]);
+	}
+}
+
+bool insert_object(cfl *store, const object *from, save_mode mode)
+{
+	int result = cfl_section_insert(store, from->id);
+	if (result == SECTION_EXISTS && mode == SAVE) {
+		qos_msg(3, "Duplicated ID");
+		return false;
+	}
+	if (result == SECTION_EXISTS) {
+		cfl_section_remove(store, from->id);
+		cfl_section_insert(store, from->id);
+	}
+	if (from->desc)
+		write_desc(from->id, from->kind, from->desc);
+	for (int i = 0; i < from->count; i++)
+		cfl_value_insert(store, from->id, from->values[i].key, 1, from->values[i].value);
+	return true;
+}
+
+int save_object(const object *from, save_mode mode)
+{
+	cfl *store = cfl_read(from->path);
+	if (!store) {
+		qos_msg(1, "CFG handler error!!");
+		return 0;
+	}
+	const rewrite changed = { from->path, store };
+	int done = insert_object(store, from, mode) && rewrite_stores(&changed, 1);
+	cfl_free(store);
+	return done;
+}
+
+int save_list(const object *from, save_mode mode)
+{
+	if (!from->id || from->count == 0) {
+		qos_msg(0, "ID or Port list is empty.");
+		return 0;
+	}
+	return save_object(from, mode);
+}
+
+/* Returns 1 too when the object stays because it is in use. */
+static int remove_object(cfl *store, const char *path, const char *referring, const char *id)
+{
+	if (is_used_in_db(referring, id)) {
+		qos_msg(0, "This is used in another DB");
+		return 1;
+	}
+	cfl_section_remove(store, id);
+	const rewrite changed = { path, store };
+	return rewrite_stores(&changed, 1);
+}
+
+int delete_object(const char *path, const char *referring, const char *id)
+{
+	if (!id)
+		qos_msg(0, "No such a ID");
+	cfl *store = open_store(path);
+	if (!store)
+		return 0;
+	int done = remove_object(store, path, referring, id);
+	cfl_free(store);
+	return done;
+}
