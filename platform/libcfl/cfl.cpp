@@ -60,6 +60,8 @@ struct cfl {
 	size_t blocks_count, blocks_capacity;
 	section *sections;
 	size_t sections_count, sections_capacity;
+	uint32_t hash_start; // another in every process: with a known one, a store could be made
+			     // whose names all fall into one slot
 	uint32_t *slots; // hash table: section index + 1, 0 for free; a power of two
 	size_t slots_count;
 	chunk *arena;
@@ -174,9 +176,9 @@ static char *next_line(const cfl *file, char *line_end)
 }
 
 /* FNV-1a, 32 bits. */
-static uint32_t hash_name(const char *name, size_t length)
+static uint32_t hash_name(const cfl *file, const char *name, size_t length)
 {
-	uint32_t hash = 2166136261u;
+	uint32_t hash = file->hash_start;
 	for (size_t i = 0; i < length; i++)
 		hash = (hash ^ static_cast<unsigned char>(name[i])) * 16777619u;
 	return hash;
@@ -229,7 +231,7 @@ static bool add_block(cfl *file, char *heading, const char *name, size_t length)
 	char *body = next_line(file, end_of_line(file, heading));
 	file->blocks[number] = { heading, body, file->text + file->size, NO_BLOCK };
 
-	uint32_t hash = hash_name(name, length);
+	uint32_t hash = hash_name(file, name, length);
 	uint32_t *slot = find_slot(file, name, length, hash);
 	if (*slot != 0) {
 		section *known = &file->sections[*slot - 1];
@@ -261,8 +263,7 @@ static bool open_section(cfl *file, char *heading)
 	return decoded && add_block(file, heading, decoded, decode(name, length, decoded));
 }
 
-/* Builds the index anew. When memory is short it is left empty, false is returned, and the file
- * cannot be written any more. */
+/* Builds the index anew. When memory is short it is left empty and false is returned. */
 static bool index_sections(cfl *file)
 {
 	file->blocks_count = file->sections_count = 0;
@@ -275,7 +276,6 @@ static bool index_sections(cfl *file)
 		bool starts_line = at == file->text || at[-1] == '\n';
 		if (starts_line && !open_section(file, at)) {
 			file->blocks_count = file->sections_count = 0;
-			file->broken = true;
 			return false;
 		}
 		at++;
@@ -288,7 +288,7 @@ static section *find_section(const cfl *file, const char *name)
 	if (!file || !name || file->sections_count == 0)
 		return nullptr;
 	size_t length = strlen(name);
-	uint32_t slot = *find_slot(file, name, length, hash_name(name, length));
+	uint32_t slot = *find_slot(file, name, length, hash_name(file, name, length));
 	return slot ? &file->sections[slot - 1] : nullptr;
 }
 
@@ -378,6 +378,16 @@ static void finish_cutting(cfl *file, cutter *cut)
 	file->size = static_cast<size_t>(cut->out - file->text);
 }
 
+/* Ends an edit of the text; done tells whether memory sufficed for it. If not, the file cannot be
+ * written any more. */
+static int finish_edit(cfl *file, bool done)
+{
+	if (done && index_sections(file))
+		return 0;
+	file->broken = true;
+	return -1;
+}
+
 /* Inserts size bytes of line at offset of the text, behind an LF. */
 static bool insert_line(cfl *file, size_t offset, const char *line, size_t size)
 {
@@ -454,6 +464,7 @@ cfl *cfl_read(const char *path)
 		free(file);
 		return nullptr;
 	}
+	file->hash_start = 2166136261u ^ static_cast<uint32_t>(getpid()) * 2654435761u;
 	drop_carriage_returns(file);
 	if (!index_sections(file)) {
 		cfl_free(file);
@@ -528,7 +539,7 @@ int cfl_section_insert(cfl *file, const char *name)
 		return -2;
 	char *line = static_cast<char *>(malloc(2 * strlen(name) + 3));
 	if (!line)
-		return -1;
+		return finish_edit(file, false);
 	char *end = line;
 	*end++ = '[';
 	end = encode(name, end);
@@ -536,7 +547,7 @@ int cfl_section_insert(cfl *file, const char *name)
 	*end++ = '\n';
 	bool done = insert_line(file, file->size, line, static_cast<size_t>(end - line));
 	free(line);
-	return done && index_sections(file) ? 0 : -1;
+	return finish_edit(file, done);
 }
 
 int cfl_section_remove(cfl *file, const char *name)
@@ -553,7 +564,7 @@ int cfl_section_remove(cfl *file, const char *name)
 			cut_line(file, &cut, at.line);
 	}
 	finish_cutting(file, &cut);
-	return index_sections(file) ? 0 : -1;
+	return finish_edit(file, true);
 }
 
 /* --- values --- */
@@ -631,7 +642,7 @@ int cfl_value_insert(cfl *file, const char *name, const char *key, int, const ch
 	char *line = make_value_line(key, value, &size);
 	bool done = line && insert_line(file, static_cast<size_t>(behind - file->text), line, size);
 	free(line);
-	return done && index_sections(file) ? 0 : -1;
+	return finish_edit(file, done);
 }
 
 int cfl_value_remove(cfl *file, const char *name, const char *key)
@@ -647,5 +658,5 @@ int cfl_value_remove(cfl *file, const char *name, const char *key)
 			cut_line(file, &cut, at.line);
 	}
 	finish_cutting(file, &cut);
-	return index_sections(file) ? 0 : -1;
+	return finish_edit(file, true);
 }
