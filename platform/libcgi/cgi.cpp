@@ -29,12 +29,13 @@ struct request {
 	part body, query;
 	field *fields;
 	size_t count;
+	field *first; // of the name that cgi_param_multiple was last asked for
 };
 
 } // namespace
 
-static request the_request;
-static bool headers_printed;
+static request the_request;  // filled by get_request, read by all that ask for a field
+static bool headers_printed; // by cgi_init_headers
 
 /* --- reading --- */
 
@@ -196,7 +197,7 @@ static cgi_status split_fields(request *to)
 	return CGI_MALFORMED;
 }
 
-static const request *get_request(void)
+static request *get_request(void)
 {
 	request *it = &the_request;
 	if (it->is_read)
@@ -239,10 +240,18 @@ char *cgi_param(const char *name)
 	return found ? found->value : nullptr;
 }
 
+/* A name is asked for many times in a row: its first field is looked for once. */
+static field *find_first(request *in, const char *name)
+{
+	if (!in->first || strcmp(in->first->name, name) != 0)
+		in->first = find_field(in, in->fields, name);
+	return in->first;
+}
+
 char *cgi_param_multiple(const char *name)
 {
-	const request *in = get_request();
-	field *first = name ? find_field(in, in->fields, name) : nullptr;
+	request *in = get_request();
+	field *first = name ? find_first(in, name) : nullptr;
 	if (!first)
 		return nullptr;
 	field *given = first->next ? find_field(in, in->fields + first->next, name) : first;
