@@ -70,7 +70,7 @@ static char **collect_children(cfl *store, const char *id)
 		int scratch;
 		const char *parent = cfl_value_get_by_name(store, child, "PARENT_ID", &scratch);
 		if (child && parent && strcmp(parent, id) == 0)
-			children[count++] = strdup(child);
+			children[count++] = copy_text(child);
 	}
 	return children;
 }

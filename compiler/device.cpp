@@ -80,7 +80,7 @@ static int read_device(FILE *report, const char *interface, char **device)
 		qos_warn("%s: '%s' is no name of a device", interface, value);
 		return 0;
 	}
-	*device = strdup(value);
+	*device = copy_text(value);
 	// The trace of the result's place: no text stands there, and it shows as empty.
 	printf("[[[[ dev : %s ]]]]\n", "");
 	return 1;
@@ -123,6 +123,6 @@ int read_pvc_info(char **pvc)
 	char *value = cut_value(line);
 	if (strlen(value) > DEVICE_NAME_MAX)
 		return 0;
-	*pvc = strdup(value);
+	*pvc = copy_text(value);
 	return 1;
 }

@@ -37,8 +37,7 @@ static void resolve_devices(cfl *store, int count, bound_policy *policies)
 {
 	for (int i = 2; i <= count; i++) {
 		bound_policy *policy = &policies[i - 2];
-		const char *name = cfl_section_get_name_by_position(store, i);
-		policy->name = name ? strdup(name) : nullptr;
+		policy->name = copy_text(cfl_section_get_name_by_position(store, i));
 		if (!policy->name)
 			return;
 		replace(policy->name);

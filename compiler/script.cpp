@@ -11,7 +11,7 @@ FILE *open_script(char *path, size_t size, const char *name)
 	int length = snprintf(path, size, "/etc/script/qos_config/%s", name);
 	if (!fits(length, size) || strchr(name, '/'))
 		return nullptr;
-	return fopen(path, "w");
+	return fopen(path, "we"); // the programs that the compiler starts do not inherit it
 }
 
 void close_script(FILE *script, const char *path)

@@ -5,17 +5,8 @@
 
 #include <stddef.h>
 
+#include "list_keys.h"
 #include "records.h"
-
-/* Whether a format makes a key of as many numbers, each as %d, and of nothing else. */
-constexpr bool takes_numbers(const char *format, int numbers)
-{
-	for (; *format; format++) {
-		if (*format == '%' && (*++format != 'd' || numbers-- == 0))
-			return false;
-	}
-	return numbers == 0;
-}
 
 struct class_field {
 	const char *form;
@@ -79,10 +70,6 @@ constexpr bool all_take_a_slot()
 	return true;
 }
 static_assert(all_take_a_slot(), "a slot a key");
-
-/* The key of day d in slot s, in this order. */
-constexpr char DOW_KEY[] = "DOW%d%d";
-static_assert(takes_numbers(DOW_KEY, 2), "a day and a slot");
 
 inline char **get_slot_list(class_rec *rec, const class_slot_list *list)
 {

@@ -29,7 +29,7 @@ char *read_desc(const char *id, const char *kind)
 	if (!fgets(line, sizeof(line), file))
 		line[0] = '\0';
 	fclose(file);
-	return strdup(line);
+	return copy_text(line);
 }
 
 int write_desc(const char *id, const char *kind, const char *desc)

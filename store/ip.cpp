@@ -2,6 +2,7 @@
 #include <cfl.h>
 
 #include "description.h"
+#include "list_keys.h"
 #include "lookup.h"
 #include "message.h"
 #include "paths.h"
@@ -18,6 +19,6 @@ void get_ip_by_id(ip_rec *rec, char *id)
 	if (!store)
 		return;
 	rec->desc = read_desc(id, "ip");
-	copy_list(store, id, "IP_LIST[%d]", rec->ip_list, LIST_ENTRIES_MAX);
+	copy_list(store, id, IP_LIST_KEY, rec->ip_list, LIST_ENTRIES_MAX);
 	cfl_free(store);
 }

@@ -2,8 +2,8 @@
 #include "lookup.h"
 
 #include <stdio.h>
-#include <string.h>
 
+#include "list_keys.h"
 #include "message.h"
 #include "paths.h"
 
@@ -18,8 +18,7 @@ cfl *open_store(const char *path)
 char *copy_value(cfl *store, const char *section, const char *key)
 {
 	int scratch;
-	const char *value = cfl_value_get_by_name(store, section, key, &scratch);
-	return value ? strdup(value) : nullptr;
+	return copy_text(cfl_value_get_by_name(store, section, key, &scratch));
 }
 
 void copy_list(cfl *store, const char *section, const char *format, char **list, int max)
@@ -39,7 +38,7 @@ void copy_list(cfl *store, const char *section, const char *format, char **list,
 void copy_filters(cfl *store, class_rec *rec)
 {
 	char *ids[LOADED_FILTERS_MAX + 1];
-	copy_list(store, rec->id, "FILTER_ID[%d]", ids, LOADED_FILTERS_MAX);
+	copy_list(store, rec->id, FILTER_ID_KEY, ids, LOADED_FILTERS_MAX);
 	for (int n = 0; n <= LOADED_FILTERS_MAX; n++) {
 		*get_filter_slot(rec, n) = ids[n];
 		if (!ids[n])

@@ -4,6 +4,7 @@
 
 #include <stddef.h>
 
+const char STORE_DIR[] = "/etc/conf/qos_config/";
 const char POLICY_STORE[] = "/etc/conf/qos_config//policy";
 const char CLASS_STORE[] = "/etc/conf/qos_config//class";
 const char FILTER_STORE[] = "/etc/conf/qos_config//filter";

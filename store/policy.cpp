@@ -2,6 +2,7 @@
 #include <cfl.h>
 
 #include "description.h"
+#include "list_keys.h"
 #include "lookup.h"
 #include "message.h"
 #include "paths.h"
@@ -22,6 +23,6 @@ void get_policy_by_id(policy_rec *rec, char *id)
 		rec->*row.field = copy_value(store, id, row.key);
 	rec->desc = read_desc(id, "policy");
 	rec->qdisc = copy_value(store, id, "QDISC");
-	copy_list(store, id, "BAND[%d]", rec->band, BANDS_MAX);
+	copy_list(store, id, BAND_KEY, rec->band, BANDS_MAX);
 	cfl_free(store);
 }

@@ -2,6 +2,7 @@
 #include <cfl.h>
 
 #include "description.h"
+#include "list_keys.h"
 #include "lookup.h"
 #include "message.h"
 #include "paths.h"
@@ -18,6 +19,6 @@ void get_port_by_id(port_rec *rec, char *id)
 		return;
 	rec->id = id;
 	rec->desc = read_desc(id, "port");
-	copy_list(store, id, "PORT_LIST[%d]", rec->port_list, LIST_ENTRIES_MAX);
+	copy_list(store, id, PORT_LIST_KEY, rec->port_list, LIST_ENTRIES_MAX);
 	cfl_free(store);
 }

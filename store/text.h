@@ -1,4 +1,4 @@
-/* Small questions about texts. */
+/* Small questions about texts, and copies of them. */
 #ifndef STORE_TEXT_H
 #define STORE_TEXT_H
 
@@ -15,5 +15,9 @@ inline bool fits(int length, size_t size)
 {
 	return length >= 0 && static_cast<size_t>(length) < size;
 }
+
+/* A heap copy of a text, null for null. Without memory for it the process ends with status 255,
+ * after a line on standard error: a field that went missing in silence would be another setting. */
+char *copy_text(const char *from);
 
 #endif
