@@ -141,12 +141,8 @@ static void print_chooser_buttons(void)
 	       "Remove", "Remove all", "Add", "Add all");
 }
 
-/* A filter store that cannot be read has no free filters. */
-static void print_free_filters(void)
+static void print_free_options(cfl *store)
 {
-	printf(" <select multiple size='25' style='width:100%%; height:100;' "
-	       "name='unuse_filter_id'>\n");
-	cfl *store = cfl_read(FILTER_STORE);
 	int count = cfl_get_sections_count(store);
 	for (int i = 2; i <= count; i++) {
 		const char *id = cfl_section_get_name_by_position(store, i);
@@ -155,7 +151,18 @@ static void print_free_filters(void)
 		if (!use || strcmp(use, "unuse") == 0)
 			printf(" <option value='%s'>%s</option>\n", text(id), text(id));
 	}
-	cfl_free(store);
+}
+
+/* A filter store that cannot be read has no free filters. */
+static void print_free_filters(void)
+{
+	printf(" <select multiple size='25' style='width:100%%; height:100;' "
+	       "name='unuse_filter_id'>\n");
+	cfl *store = cfl_read(FILTER_STORE);
+	if (store) {
+		print_free_options(store);
+		cfl_free(store);
+	}
 	puts(" </select> </td><td></td> </tr></table> ");
 }
 

@@ -43,7 +43,7 @@ static void add_class(object *to, class_rec *form)
 		add_value(to, row.key, form->*row.field);
 	for (const class_field &row : CLASS_LEAF_FIELDS)
 		add_value(to, row.key, form->*row.field);
-	add_list(to, "FILTER_ID[%d]", form->filter_id, FILTERS_MAX);
+	add_list(to, FILTER_ID_KEY, form->filter_id, FILTERS_MAX);
 	int slots = count_slots(form);
 	for (const class_slot_list &row : CLASS_SLOT_LISTS)
 		add_list(to, row.key, get_slot_list(form, &row), slots);
@@ -88,8 +88,10 @@ static int read_and_store(save_mode mode)
 		done = store_class(classes, filters, &form, mode);
 	else
 		qos_msg(1, "CFG handler error!!");
-	cfl_free(filters);
-	cfl_free(classes);
+	if (filters)
+		cfl_free(filters);
+	if (classes)
+		cfl_free(classes);
 	return done;
 }
 

@@ -174,7 +174,7 @@ void get_filter_param(filter_rec *rec)
 		if (row.form)
 			rec->*row.field = cgi_param(row.form);
 	}
-	rec->net_proto = strdup("IP");
+	rec->net_proto = copy_text("IP");
 	rec->use = nullptr;
 }
 

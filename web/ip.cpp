@@ -3,6 +3,7 @@
 
 #include <cgi.h>
 
+#include "../store/list_keys.h"
 #include "../store/paths.h"
 #include "page.h"
 #include "save.h"
@@ -126,7 +127,7 @@ static int store_ip(save_mode mode)
 	ip_rec form = {};
 	get_ip_param(&form);
 	object ip = { IP_STORE, form.id, "ip", form.desc, 0, {} };
-	add_list(&ip, "IP_LIST[%d]", form.ip_list, LIST_ENTRIES_MAX);
+	add_list(&ip, IP_LIST_KEY, form.ip_list, LIST_ENTRIES_MAX);
 	return save_list(&ip, mode);
 }
 

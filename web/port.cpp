@@ -3,6 +3,7 @@
 
 #include <cgi.h>
 
+#include "../store/list_keys.h"
 #include "../store/paths.h"
 #include "page.h"
 #include "save.h"
@@ -135,7 +136,7 @@ static int store_port(save_mode mode)
 	port_rec form = {};
 	get_port_param(&form);
 	object port = { PORT_STORE, form.id, "port", form.desc, 0, {} };
-	add_list(&port, "PORT_LIST[%d]", form.port_list, LIST_ENTRIES_MAX);
+	add_list(&port, PORT_LIST_KEY, form.port_list, LIST_ENTRIES_MAX);
 	return save_list(&port, mode);
 }
 

@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include "../store/message.h"
+#include "../store/text.h"
 
 namespace {
 
@@ -40,26 +41,31 @@ static bool inspect_target(const char *target, struct stat *info)
 	return known;
 }
 
+/* Gives the draft the mode, the group and, for only root can, the owner of the old file. */
 static bool inherit_access(int fd, const struct stat *old)
 {
-	// Only root can leave the file to another owner.
-	if (geteuid() == 0 && fchown(fd, old->st_uid, old->st_gid) != 0)
+	bool is_root = geteuid() == 0;
+	uid_t owner = is_root ? old->st_uid : static_cast<uid_t>(-1);
+	if (fchown(fd, owner, old->st_gid) != 0 && is_root)
 		return false;
-	return fchmod(fd, old->st_mode & 0777) == 0;
+	return fchmod(fd, old->st_mode & 07777) == 0;
 }
 
-/* Writes the store to fd, down to the disk, and closes it. */
+/* Writes the store to fd, down to the disk. On failure errno is that of the step that failed. */
 static bool fill_draft(int fd, cfl *store)
 {
-	FILE *stream = fdopen(fd, "w");
-	if (!stream) {
-		close(fd);
+	int copy = dup(fd);
+	FILE *stream = copy < 0 ? nullptr : fdopen(copy, "w");
+	if (!stream)
 		return false;
-	}
 	bool written = cfl_write(store, stream) == 0 && fsync(fd) == 0;
-	return fclose(stream) == 0 && written;
+	int reason = errno;
+	fclose(stream); // cfl_write has flushed it
+	errno = reason;
+	return written;
 }
 
+/* Creates the draft beside its target and fills it. */
 static bool write_draft(const rewrite *from, draft *out)
 {
 	struct stat old;
@@ -67,17 +73,16 @@ static bool write_draft(const rewrite *from, draft *out)
 		return warn_unchanged(from->path);
 	int length = snprintf(out->path, sizeof(out->path), "%s.XXXXXX", out->target);
 	errno = ENAMETOOLONG;
-	if (length < 0 || static_cast<size_t>(length) >= sizeof(out->path))
-		return warn_unchanged(from->path);
-	int fd = mkstemp(out->path);
+	int fd = fits(length, sizeof(out->path)) ? mkstemp(out->path) : -1;
 	if (fd < 0)
 		return warn_unchanged(from->path);
-	bool inherited = inherit_access(fd, &old);
-	if (fill_draft(fd, from->store) && inherited)
-		return true;
-	warn_unchanged(from->path);
-	unlink(out->path);
-	return false;
+	bool whole = inherit_access(fd, &old) && fill_draft(fd, from->store);
+	if (!whole) {
+		warn_unchanged(from->path);
+		unlink(out->path);
+	}
+	close(fd);
+	return whole;
 }
 
 int rewrite_stores(const rewrite *stores, int count)
@@ -95,6 +100,8 @@ int rewrite_stores(const rewrite *stores, int count)
 			replaced++;
 		if (replaced < count)
 			warn_unchanged(stores[replaced].path);
+		if (replaced > 0 && replaced < count)
+			qos_warn("%s: already replaced", stores[0].path);
 	}
 	for (int i = replaced; i < written; i++)
 		unlink(drafts[i].path);

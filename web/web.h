@@ -12,8 +12,9 @@
  * replaces the object by what was posted, or adds it. Both return 1, or 0 when the form lacks
  * what it must have, a store cannot be read or the id is refused, each of which is told to the
  * user, and when a store cannot be written, which is told on standard error. After a 0 the
- * stores are as they were. The description is written before the store is; when that fails the
- * user is told and the save goes on.
+ * stores are as they were, as far as rewrite_stores can keep two of them together. The
+ * description is written before the store is; when that fails the user is told and the save goes
+ * on.
  *
  * A delete removes an object that no other names. It returns 1, also when it told the user that
  * the object is in use; 0 when the store cannot be read or written. A null id is told and names
@@ -36,7 +37,7 @@ void get_policy_param(policy_rec *rec);
 int policy_save(void);
 int policy_update(void);
 
-/* Removes nothing, and returns 1: a policy lasts as long as the interface that it is bound to. */
+/* Removes nothing and returns 1: the policy stays in its store. A null id is told to the user. */
 int policy_delete(char *id);
 
 /* class.cpp */

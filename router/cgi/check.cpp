@@ -12,6 +12,8 @@
 static const size_t ID_MAX = 32;    // characters
 static const size_t NUMBER_MAX = 10; // digits
 static const size_t DESC_MAX = 99;  // bytes, what a description's reader takes
+static const size_t PORTS_MAX = 11; // characters, "65535-65535"
+static const size_t ADDRESS_MAX = 19; // characters, "255.255.255.255-255"
 static const int PREFIX_MAX = 32;  // bits
 
 static const char DIGITS[] = "0123456789";
@@ -138,7 +140,7 @@ static bool is_choice(const char *value, const char *choices)
 static bool is_port_entry(const char *value)
 {
 	int lo, hi;
-	return parse_port_entry(value, &lo, &hi) && lo <= hi;
+	return strlen(value) <= PORTS_MAX && parse_port_entry(value, &lo, &hi) && lo <= hi;
 }
 
 /* The compiler ignores what follows an address and blanks; here nothing may follow but a prefix
@@ -147,7 +149,8 @@ static bool is_address_entry(const char *value)
 {
 	char head[ADDRESS_HEAD_SIZE];
 	int lo, hi;
-	if (!strchr(DIGITS, *value) || !parse_address_entry(value, head, &lo, &hi) || lo > hi)
+	if (strlen(value) > ADDRESS_MAX || !strchr(DIGITS, *value) ||
+	    !parse_address_entry(value, head, &lo, &hi) || lo > hi)
 		return false;
 	const char *tail = value + strlen(head) + 1;
 	tail += strspn(tail, DIGITS);
@@ -167,8 +170,16 @@ static const unsigned char *next_char(const unsigned char *at, unsigned *charact
 {
 	static const unsigned LEAST[] = { 0, 0x80, 0x800, 0x10000 };
 	unsigned first = *at++;
-	int more = first < 0x80 ? 0 : first >> 5 == 6 ? 1 : first >> 4 == 14 ? 2 : 3;
-	if (more == 3 && first >> 3 != 30)
+	int more;
+	if ((first & 0x80) == 0)
+		more = 0;
+	else if ((first & 0xE0) == 0xC0)
+		more = 1;
+	else if ((first & 0xF0) == 0xE0)
+		more = 2;
+	else if ((first & 0xF8) == 0xF0)
+		more = 3;
+	else
 		return nullptr;
 	*character = more ? first & (0x3Fu >> more) : first;
 	for (int i = 0; i < more; i++, at++) {
@@ -258,17 +269,23 @@ bool check_fields(char *sentence)
 /* Is the host of an address such as "http://192.168.1.1:8080/page" this one? */
 static bool is_at_host(const char *address, const char *host)
 {
-	const char *start = strstr(address, "://");
-	if (!start)
+	const char *start;
+	if (strncasecmp(address, "http://", 7) == 0)
+		start = address + 7;
+	else if (strncasecmp(address, "https://", 8) == 0)
+		start = address + 8;
+	else
 		return false;
-	start += 3;
 	size_t length = strcspn(start, "/?#");
 	return length == strlen(host) && strncasecmp(start, host, length) == 0;
 }
 
 bool is_same_site(const char *host, const char *origin, const char *referer)
 {
-	if (origin && !(host && is_at_host(origin, host)))
-		return false;
-	return !referer || (host && is_at_host(referer, host));
+	const char *const places[] = { origin, referer };
+	for (const char *place : places) {
+		if (place && !(host && is_at_host(place, host)))
+			return false;
+	}
+	return true;
 }

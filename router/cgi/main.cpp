@@ -1,42 +1,27 @@
 /* main.cgi: reads which kind, type and action a request asks for, checks its fields, calls the
- * handler, and sends the browser on. A GET never changes anything; a request that is not in the
- * table of platform requests is refused before a handler runs. */
+ * handler, and sends the browser on. A GET never changes anything; a request that asks for no page
+ * and no change that there is, is refused before a handler runs. */
+#include <fcntl.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/file.h>
 
 #include <cfl.h>
 #include <cgi.h>
 
-#include "../../store/paths.h"
 #include "../../web/web.h"
 #include "check.h"
+#include "kinds.h"
 #include "list.h"
 
 static const int MODE_VIEW = 1;
 
 namespace {
 
-enum object_kind { POLICY, CLASS, FILTER, PORT, IP, KINDS_COUNT };
-
 enum request_action { VIEW, NEW, EDIT, OPEN, SAVE, UPDATE, DELETE, ACTIONS_COUNT };
 
-struct known_kind {
-	const char *word;
-	const char *store;
-};
-
 } // namespace
-
-/* In the order of enum object_kind. */
-static const known_kind KINDS[] = {
-	{ "policy", POLICY_STORE },
-	{ "class", CLASS_STORE },
-	{ "filter", FILTER_STORE },
-	{ "port", PORT_STORE },
-	{ "ip", IP_STORE },
-};
-static_assert(sizeof(KINDS) / sizeof(KINDS[0]) == KINDS_COUNT, "a row a kind");
 
 /* In the order of enum request_action; those from SAVE on change a store. */
 static const char *const ACTIONS[] = { "view", "new", "edit", "open", "save", "update", "delete" };
@@ -49,7 +34,7 @@ static int refuse(const char *status, const char *sentence)
 	printf("Status: %s\r\n", status);
 	cgi_init_headers();
 	printf("<!DOCTYPE html>\n"
-	       "<html><head><title>%s</title></head><body><p>",
+	       "<html><head><title>%s</title><link rel='icon' href='data:,'></head><body><p>",
 	       status);
 	print_escaped(sentence);
 	printf("</p></body></html>\n");
@@ -126,7 +111,7 @@ static int update(object_kind kind)
 	}
 }
 
-static int remove(object_kind kind, char *id)
+static int erase(object_kind kind, char *id)
 {
 	switch (kind) {
 	case POLICY: return policy_delete(id);
@@ -137,11 +122,21 @@ static int remove(object_kind kind, char *id)
 	}
 }
 
+/* Makes changes wait for each other until this process ends: of two that read a store before either
+ * has written it, one would be lost. */
+static void lock_stores(void)
+{
+	int fd = open(STORE_DIR, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+	if (fd >= 0)
+		flock(fd, LOCK_EX);
+}
+
 static void change(object_kind kind, request_action action, char *id)
 {
+	lock_stores();
 	int done = action == SAVE     ? save(kind)
 		   : action == UPDATE ? update(kind)
-				      : remove(kind, id);
+				      : erase(kind, id);
 	send_on(kind, id, done);
 }
 
@@ -199,7 +194,7 @@ static int answer(bool is_post)
 	char *id = cgi_param("id");
 	cgi_init_headers();
 	if (is_list)
-		print_list(KINDS[kind].word, KINDS[kind].store);
+		print_list(&KINDS[kind]);
 	else if (is_post)
 		change(kind, action, id);
 	else

@@ -96,11 +96,19 @@ function send(form, action)
 			field.value = field.value.replace(/[\r\n]+$/, '');
 		if (field.type === 'select-multiple')
 			for (j = 0; j < field.options.length; j++)
-				field.options[j].selected = j < FILTERS;
+				field.options[j].selected = j < FILTERS && !is_foreign(field, j);
 	}
 	sent = true;
 	setTimeout(function () { sent = false; }, 3000);
 	form.submit();
+}
+
+/* A free filter whose id no page could have given is not posted: the router would refuse the
+ * whole form for it. */
+function is_foreign(list, i)
+{
+	return list.name === 'unuse_filter_id' &&
+		!/^[A-Za-z0-9](?!.*\.\.)[A-Za-z0-9_.\-]{0,31}$/.test(list.options[i].value);
 }
 
 /* A refused save leads back to the page. Browsers then refill the inputs that the page
