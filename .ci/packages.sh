@@ -18,3 +18,17 @@ install_packages()
 			apt-get -q -y install --no-install-recommends $missing
 	} > /dev/null || { echo "cannot install:$missing" >&2; return 1; }
 }
+
+# install_web_server installs lighttpd. Debian starts it as a server of the machine at once; here
+# it only runs when it is called for, on a port of its own, so that one is stopped again.
+install_web_server()
+{
+	[ ! -x /usr/sbin/lighttpd ] || return 0
+	install_packages lighttpd
+	echo "== stopping the web server that came with it"
+	if [ -d /run/systemd/system ]; then
+		$sudo systemctl --quiet disable --now lighttpd
+	else
+		$sudo service lighttpd stop > /dev/null 2>&1 || true
+	fi
+}
