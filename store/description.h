@@ -13,7 +13,7 @@ char *read_desc(const char *id, const char *kind);
 
 /* Replaces the description by desc, as it stands. Returns 1; when the file cannot be created, or
  * there is no path for it, tells the user "Can not open description file" and returns 0. A text
- * that is not written in full (a full disk) is told on standard error. */
+ * that cannot be written (a full disk) is told on standard error, and leaves the old one. */
 int write_desc(const char *id, const char *kind, const char *desc);
 
 #endif
