@@ -1,13 +1,13 @@
 // A browser to drive: Debian's chromium, through chromedriver, by the WebDriver protocol.
 //
 // Elements are named by a CSS selector; "button@2" is the third that matches. Every wait ends
-// after 10 seconds with an error. Message boxes stay open until answer() closes them.
+// after PATIENCE with an error. Message boxes stay open until answer() closes them.
 import { spawn } from 'node:child_process';
 import fs from 'node:fs';
 import os from 'node:os';
 import path from 'node:path';
 
-const PATIENCE = 10000; // ms
+const PATIENCE = 30000; // ms; a busy machine may take seconds for a page
 const ELEMENT = 'element-6066-11e4-a52e-4f735466cecf'; // the protocol's key of an element's id
 const FLAGS = ['--headless=new', '--no-sandbox', '--disable-gpu', '--disable-quic',
 	'--no-first-run', '--disable-background-networking', '--disable-component-update',
