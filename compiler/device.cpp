@@ -7,10 +7,12 @@
 
 #include "../store/message.h"
 #include "../store/text.h"
+#include "shell.h"
 
 static const char DEVICE_REPORT[] = "/tmp/qos_devinfo";
 static const char PVC_LIST[] = "/etc/script/pvc.info";
 
+static const char NAME_MARKS[] = "_./:@-"; // in names of interfaces and devices
 static const size_t COMMAND_SIZE = 112; // leaves 38 characters for the name of an interface
 static const size_t LINE_SIZE = 1024;
 static const size_t DEVICE_NAME_MAX = 15;    // characters, as in the kernel
@@ -33,14 +35,6 @@ void replace(char *name)
 void replace_slash(char *name)
 {
 	echo_replacing(name, '/', '_');
-}
-
-/* False when something in a name could mean something to a shell. */
-static bool is_plain_name(const char *name)
-{
-	return name[strspn(name, "abcdefghijklmnopqrstuvwxyz"
-				 "ABCDEFGHIJKLMNOPQRSTUVWXYZ"
-				 "0123456789_./:@-")] == '\0';
 }
 
 /* Finds the line of a key and copies it, LF included, to line: the first that is no comment, has
@@ -76,7 +70,7 @@ static int read_device(FILE *report, const char *interface, char **device)
 
 	char *value = cut_value(line);
 	printf("[[[[ value : %s ]]]]\n", value);
-	if (strlen(value) > DEVICE_NAME_MAX || !is_plain_name(value)) {
+	if (strlen(value) > DEVICE_NAME_MAX || !holds_only(value, NAME_MARKS)) {
 		qos_warn("%s: '%s' is no name of a device", interface, value);
 		return 0;
 	}
@@ -94,7 +88,7 @@ int get_dev_name(const char *name, char **device)
 			      "/usr/local/sbin/imish -e \"show intfinfo %s > /tmp/qos_devinfo\" "
 			      "2> /dev/null",
 			      name);
-	if (!fits(length, sizeof(command)) || !is_plain_name(name)) {
+	if (!fits(length, sizeof(command)) || !holds_only(name, NAME_MARKS)) {
 		qos_warn("%s: no name of an interface", name);
 		return 0;
 	}

@@ -12,8 +12,10 @@
 #include "entries.h"
 #include "globals.h"
 #include "ranges.h"
+#include "shell.h"
 
 static const char NAT_SWITCH[] = "/etc/autorun/nat_on";
+static const char ENTRY_MARKS[] = " \t./:-"; // in entries that the NAT test is given
 static const size_t NAT_COMMAND_SIZE = 1024;
 static const int NAT_TRANSLATED = 1; // exit status of the NAT test
 
@@ -110,18 +112,10 @@ static bool is_nat_on()
 	return true;
 }
 
-/* False when something in an address entry could mean something to a shell. */
-static bool is_plain_entry(const char *entry)
-{
-	return entry[strspn(entry, "abcdefghijklmnopqrstuvwxyz"
-				   "ABCDEFGHIJKLMNOPQRSTUVWXYZ"
-				   "0123456789 \t./:-")] == '\0';
-}
-
 /* Asks the router whether it translates this source address on the policy's device. */
 static bool is_translated(const char *entry, bool nat_on)
 {
-	if (!is_plain_entry(entry))
+	if (!holds_only(entry, ENTRY_MARKS))
 		return false;
 	char command[NAT_COMMAND_SIZE];
 	int length = snprintf(command, sizeof(command),

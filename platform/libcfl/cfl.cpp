@@ -413,7 +413,7 @@ static char *read_all(int fd, size_t *size)
 	struct stat info;
 	if (fstat(fd, &info) != 0)
 		return nullptr;
-	// One byte more than the file has, so that one read sees the end of most files.
+	// One byte more than the file has, so that the text need not grow to see its end.
 	size_t capacity = (info.st_size > 0 ? static_cast<size_t>(info.st_size) : 0) + 1;
 	char *text = static_cast<char *>(malloc(capacity));
 	*size = 0;
