@@ -6,12 +6,12 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "../store/entries.h"
 #include "../store/message.h"
+#include "../store/ranges.h"
 #include "../store/trace.h"
 #include "compiler.h"
-#include "entries.h"
 #include "globals.h"
-#include "ranges.h"
 #include "shell.h"
 
 static const char NAT_SWITCH[] = "/etc/autorun/nat_on";

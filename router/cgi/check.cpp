@@ -7,7 +7,7 @@
 
 #include <cgi.h>
 
-#include "../../compiler/entries.h"
+#include "../../store/entries.h"
 
 static const size_t ID_MAX = 32;    // characters
 static const size_t NUMBER_MAX = 10; // digits

@@ -1,5 +1,5 @@
 /* The forms of port and address entries, the bad beside the good. */
-#include "../../compiler/entries.h"
+#include "../../store/entries.h"
 
 #include <string.h>
 

@@ -1,6 +1,6 @@
 /* The split of ranges: known splits, and for all octet ranges and many port ranges that the
  * blocks cover the range, that each is aligned, and that no split has fewer. */
-#include "../../compiler/ranges.h"
+#include "../../store/ranges.h"
 
 #include <algorithm>
 #include <random>

@@ -1,6 +1,6 @@
 /* The entries of port and address lists, as text. */
-#ifndef COMPILER_ENTRIES_H
-#define COMPILER_ENTRIES_H
+#ifndef STORE_ENTRIES_H
+#define STORE_ENTRIES_H
 
 #include <stddef.h>
 

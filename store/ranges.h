@@ -2,8 +2,8 @@
  * can match by value and mask. The split is the usual greedy one: from the low end, always the
  * largest block that is aligned there and does not reach beyond the high end; it gives the
  * fewest blocks. */
-#ifndef COMPILER_RANGES_H
-#define COMPILER_RANGES_H
+#ifndef STORE_RANGES_H
+#define STORE_RANGES_H
 
 #include <stdint.h>
 
