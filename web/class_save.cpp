@@ -63,7 +63,7 @@ static void mark_filters(cfl *filters, char *const *ids, const char *mark)
 
 static int store_class(cfl *classes, cfl *filters, class_rec *form, save_mode mode)
 {
-	object stored = { CLASS_STORE, form->id, nullptr, nullptr, 0, {} };
+	object stored = { CLASS, form->id, nullptr, 0, {} };
 	add_class(&stored, form);
 	if (!insert_object(classes, &stored, mode))
 		return 0;
@@ -107,5 +107,5 @@ int class_update(void)
 
 int class_delete(char *id)
 {
-	return delete_object(CLASS_STORE, POLICY_STORE, id);
+	return delete_object(CLASS, id);
 }

@@ -180,7 +180,7 @@ void get_filter_param(filter_rec *rec)
 
 static int store_filter(const filter_rec *form, save_mode mode)
 {
-	object filter = { FILTER_STORE, form->id, nullptr, nullptr, 0, {} };
+	object filter = { FILTER, form->id, nullptr, 0, {} };
 	for (const filter_field &row : FILTER_FIELDS)
 		add_value(&filter, row.key, form->*row.field);
 	return save_object(&filter, mode);
@@ -227,5 +227,5 @@ int filter_update(void)
 
 int filter_delete(char *id)
 {
-	return delete_object(FILTER_STORE, CLASS_STORE, id);
+	return delete_object(FILTER, id);
 }

@@ -4,7 +4,6 @@
 #include <cgi.h>
 
 #include "../store/list_keys.h"
-#include "../store/paths.h"
 #include "page.h"
 #include "save.h"
 #include "web.h"
@@ -126,7 +125,7 @@ static int store_ip(save_mode mode)
 {
 	ip_rec form = {};
 	get_ip_param(&form);
-	object ip = { IP_STORE, form.id, "ip", form.desc, 0, {} };
+	object ip = { IP, form.id, form.desc, 0, {} };
 	add_list(&ip, IP_LIST_KEY, form.ip_list, LIST_ENTRIES_MAX);
 	return save_list(&ip, mode);
 }
@@ -143,5 +142,5 @@ int ip_update(void)
 
 int ip_delete(char *id)
 {
-	return delete_object(IP_STORE, FILTER_STORE, id);
+	return delete_object(IP, id);
 }

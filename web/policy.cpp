@@ -4,7 +4,6 @@
 #include <cgi.h>
 
 #include "../store/message.h"
-#include "../store/paths.h"
 #include "../store/policy_fields.h"
 #include "page.h"
 #include "save.h"
@@ -186,7 +185,7 @@ static int store_policy(save_mode mode)
 		qos_msg(0, "ID or Port list is empty.");
 		return 0;
 	}
-	object policy = { POLICY_STORE, form.id, "policy", form.desc, 0, {} };
+	object policy = { POLICY, form.id, form.desc, 0, {} };
 	for (const policy_field &row : POLICY_FIELDS)
 		add_value(&policy, row.key, form.*row.field);
 	return save_object(&policy, mode);

@@ -4,7 +4,6 @@
 #include <cgi.h>
 
 #include "../store/list_keys.h"
-#include "../store/paths.h"
 #include "page.h"
 #include "save.h"
 #include "web.h"
@@ -135,7 +134,7 @@ static int store_port(save_mode mode)
 {
 	port_rec form = {};
 	get_port_param(&form);
-	object port = { PORT_STORE, form.id, "port", form.desc, 0, {} };
+	object port = { PORT, form.id, form.desc, 0, {} };
 	add_list(&port, PORT_LIST_KEY, form.port_list, LIST_ENTRIES_MAX);
 	return save_list(&port, mode);
 }
@@ -152,5 +151,5 @@ int port_update(void)
 
 int port_delete(char *id)
 {
-	return delete_object(PORT_STORE, FILTER_STORE, id);
+	return delete_object(PORT, id);
 }

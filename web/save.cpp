@@ -52,7 +52,7 @@ bool insert_object(cfl *store, const object *from, save_mode mode)
 		cfl_section_insert(store, from->id);
 	}
 	if (from->desc)
-		write_desc(from->id, from->kind, from->desc);
+		write_desc(from->id, KINDS[from->kind].desc_word, from->desc);
 	for (int i = 0; i < from->count; i++)
 		cfl_value_insert(store, from->id, from->values[i].key, 1, from->values[i].value);
 	return true;
@@ -60,12 +60,13 @@ bool insert_object(cfl *store, const object *from, save_mode mode)
 
 int save_object(const object *from, save_mode mode)
 {
-	cfl *store = cfl_read(from->path);
+	const char *path = KINDS[from->kind].store;
+	cfl *store = cfl_read(path);
 	if (!store) {
 		qos_msg(1, "CFG handler error!!");
 		return 0;
 	}
-	const rewrite changed = { from->path, store };
+	const rewrite changed = { path, store };
 	int done = insert_object(store, from, mode) && rewrite_stores(&changed, 1);
 	cfl_free(store);
 	return done;
@@ -81,25 +82,26 @@ int save_list(const object *from, save_mode mode)
 }
 
 /* Returns 1 too when the object stays because it is in use. */
-static int remove_object(cfl *store, const char *path, const char *referring, const char *id)
+static int remove_object(cfl *store, const known_kind *row, const char *id)
 {
-	if (is_used_in_db(referring, id)) {
+	if (is_used_in_db(row->referring, id)) {
 		qos_msg(0, "This is used in another DB");
 		return 1;
 	}
 	cfl_section_remove(store, id);
-	const rewrite changed = { path, store };
+	const rewrite changed = { row->store, store };
 	return rewrite_stores(&changed, 1);
 }
 
-int delete_object(const char *path, const char *referring, const char *id)
+int delete_object(object_kind kind, const char *id)
 {
 	if (!id)
 		qos_msg(0, "No such a ID");
-	cfl *store = open_store(path);
+	const known_kind *row = &KINDS[kind];
+	cfl *store = open_store(row->store);
 	if (!store)
 		return 0;
-	int done = remove_object(store, path, referring, id);
+	int done = remove_object(store, row, id);
 	cfl_free(store);
 	return done;
 }

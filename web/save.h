@@ -7,6 +7,7 @@
 
 #include <cfl.h>
 
+#include "../store/kinds.h"
 #include "../store/records.h"
 
 /* A save refuses an id that is taken; an update builds the object anew from its form alone. */
@@ -20,9 +21,8 @@ const int OBJECT_VALUES_MAX = 15 + FILTERS_MAX + (11 + DAYS) * SLOTS_MAX;
 
 /* An object as it will stand in its store. */
 struct object {
-	const char *path; // of the store
+	object_kind kind;
 	const char *id;
-	const char *kind; // of the description file
 	const char *desc; // null when none was posted, or the kind keeps none
 	int count;
 	struct {
@@ -52,8 +52,8 @@ int save_object(const object *from, save_mode mode);
 /* save_object for the port and address lists, which must have an id and an entry. */
 int save_list(const object *from, save_mode mode);
 
-/* Removes object id from the store at path unless an object in the store at referring names it.
- * Returns what the handlers do. */
-int delete_object(const char *path, const char *referring, const char *id);
+/* Removes object id of a kind unless an object in the kind's referring store names it. The kind
+ * must have one. Returns what the handlers do. */
+int delete_object(object_kind kind, const char *id);
 
 #endif

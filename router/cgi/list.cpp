@@ -8,6 +8,7 @@
 
 #include "../../store/description.h"
 #include "../../store/text.h"
+#include "pages.h"
 
 void print_escaped(const char *text)
 {
@@ -46,28 +47,29 @@ static void print_link(const char *kind, const char *action, const char *id, con
 	printf("</a>");
 }
 
-static void print_delete_button(const known_kind *kind, const char *id)
+static void print_delete_button(object_kind kind, const char *id)
 {
 	printf("<form method='POST' action='main.cgi'>"
 	       "<input type='hidden' name='obj' value='%s'>"
 	       "<input type='hidden' name='type' value='display'>"
 	       "<input type='hidden' name='action' value='delete'>"
 	       "<input type='hidden' name='id' value='",
-	       kind->word);
+	       KINDS[kind].word);
 	print_escaped(id);
 	printf("'><input type='submit' value='delete' "
 	       "onclick=\"return confirm('%s')\"></form>",
-	       kind->question);
+	       PAGES[kind].question);
 }
 
-static void print_row(const known_kind *kind, const char *id)
+static void print_row(object_kind kind, const char *id)
 {
+	const char *word = KINDS[kind].word;
 	printf("<tr><td>");
-	print_link(kind->word, "open", id, id);
+	print_link(word, "open", id, id);
 	printf("</td><td>");
-	print_escaped(text(read_desc(id, kind->word)));
+	print_escaped(text(read_desc(id, word)));
 	printf("</td><td>");
-	print_link(kind->word, "edit", id, "edit");
+	print_link(word, "edit", id, "edit");
 	printf("</td><td>");
 	print_delete_button(kind, id);
 	printf("</td></tr>\n");
@@ -76,15 +78,17 @@ static void print_row(const known_kind *kind, const char *id)
 static void print_navigation()
 {
 	printf("<p class='nav'>\n");
-	for (const known_kind &row : KINDS)
-		printf("<a href='main.cgi?obj=%s&amp;%s'>%s</a>\n",
-		       row.word, row.home, row.title);
+	for (int i = 0; i < KINDS_COUNT; i++) {
+		if (PAGES[i].title)
+			printf("<a href='main.cgi?obj=%s&amp;%s'>%s</a>\n",
+			       KINDS[i].word, PAGES[i].home, PAGES[i].title);
+	}
 	printf("</p>\n");
 }
 
-static void print_objects(const known_kind *kind)
+static void print_objects(object_kind kind)
 {
-	cfl *store = cfl_read(kind->store);
+	cfl *store = cfl_read(KINDS[kind].store);
 	if (!store) {
 		printf("<p>The store cannot be read.</p>\n");
 		return;
@@ -100,8 +104,9 @@ static void print_objects(const known_kind *kind)
 	cfl_free(store);
 }
 
-void print_list(const known_kind *kind)
+void print_list(object_kind kind)
 {
+	const kind_page *page = &PAGES[kind];
 	printf("<!DOCTYPE html>\n"
 	       "<html lang='en'>\n"
 	       "<head>\n"
@@ -111,10 +116,10 @@ void print_list(const known_kind *kind)
 	       "<link rel='stylesheet' href='../../qos_config/html/qos.css'>\n"
 	       "</head>\n"
 	       "<body>\n",
-	       kind->title);
+	       page->title);
 	print_navigation();
 	printf("<h1>%s <a href='main.cgi?obj=%s&amp;%s'>new</a></h1>\n",
-	       kind->title, kind->word, kind->add);
+	       page->title, KINDS[kind].word, page->add);
 	print_objects(kind);
 	printf("</body>\n"
 	       "</html>\n");

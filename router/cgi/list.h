@@ -2,11 +2,11 @@
 #ifndef ROUTER_CGI_LIST_H
 #define ROUTER_CGI_LIST_H
 
-#include "kinds.h"
+#include "../../store/kinds.h"
 
 /* Prints the page that lists the objects of a kind, each with links to open and edit it and a
  * button to delete it. */
-void print_list(const known_kind *kind);
+void print_list(object_kind kind);
 
 /* Prints text so that it means nothing to the browser: in a page, or in a quoted attribute. */
 void print_escaped(const char *text);

@@ -12,14 +12,16 @@
 
 #include "../../web/web.h"
 #include "check.h"
-#include "kinds.h"
 #include "list.h"
+#include "pages.h"
 
 static const int MODE_VIEW = 1;
 
 namespace {
 
-enum request_action { VIEW, NEW, EDIT, OPEN, SAVE, UPDATE, DELETE, ACTIONS_COUNT };
+enum request_action { VIEW, NEW, EDIT, OPEN, SAVE, UPDATE, DELETE };
+
+const int ACTIONS_COUNT = DELETE + 1;
 
 } // namespace
 
@@ -74,8 +76,10 @@ static int get_mode(object_kind kind, request_action action, const char *id)
 	case NEW: return MODE_NEW;
 	case EDIT: return MODE_EDIT;
 	case OPEN: return store_has(KINDS[kind].store, id) ? MODE_EDIT : MODE_NEW;
-	default: return MODE_VIEW;
+	case VIEW: return MODE_VIEW;
+	case SAVE: case UPDATE: case DELETE: break; // no page is asked for
 	}
+	return MODE_VIEW;
 }
 
 static void display(object_kind kind, char *id, int mode)
@@ -85,7 +89,8 @@ static void display(object_kind kind, char *id, int mode)
 	case CLASS: class_display(id, mode); break;
 	case FILTER: filter_display(id, mode); break;
 	case PORT: port_display(id, mode); break;
-	default: ip_display(id, mode); break;
+	case IP: ip_display(id, mode); break;
+	case BASIC: break; // has no page: find_kind never finds it
 	}
 }
 
@@ -96,8 +101,10 @@ static int save(object_kind kind)
 	case CLASS: return class_save();
 	case FILTER: return filter_save();
 	case PORT: return port_save();
-	default: return ip_save();
+	case IP: return ip_save();
+	case BASIC: break;
 	}
+	return 0;
 }
 
 static int update(object_kind kind)
@@ -107,8 +114,10 @@ static int update(object_kind kind)
 	case CLASS: return class_update();
 	case FILTER: return filter_update();
 	case PORT: return port_update();
-	default: return ip_update();
+	case IP: return ip_update();
+	case BASIC: break;
 	}
+	return 0;
 }
 
 static int erase(object_kind kind, char *id)
@@ -118,8 +127,10 @@ static int erase(object_kind kind, char *id)
 	case CLASS: return class_delete(id);
 	case FILTER: return filter_delete(id);
 	case PORT: return port_delete(id);
-	default: return ip_delete(id);
+	case IP: return ip_delete(id);
+	case BASIC: break;
 	}
+	return 0;
 }
 
 /* Makes changes wait for each other until this process ends: of two that read a store before either
@@ -147,7 +158,7 @@ static bool find_kind(object_kind *kind)
 {
 	const char *word = cgi_param("obj");
 	for (int i = 0; word && i < KINDS_COUNT; i++) {
-		if (strcmp(word, KINDS[i].word) == 0) {
+		if (PAGES[i].title && strcmp(word, KINDS[i].word) == 0) {
 			*kind = static_cast<object_kind>(i);
 			return true;
 		}
@@ -194,7 +205,7 @@ static int answer(bool is_post)
 	char *id = cgi_param("id");
 	cgi_init_headers();
 	if (is_list)
-		print_list(&KINDS[kind]);
+		print_list(kind);
 	else if (is_post)
 		change(kind, action, id);
 	else
