@@ -1,0 +1,14 @@
+/* The list of the objects of a kind. */
+#ifndef CGI_LIST_H
+#define CGI_LIST_H
+
+#include "../store/kinds.h"
+
+/* Prints the page that lists the objects of a kind, each with links to open and edit it and a
+ * button to delete it. */
+void print_list(object_kind kind);
+
+/* Prints text so that it means nothing to the browser: in a page, or in a quoted attribute. */
+void print_escaped(const char *text);
+
+#endif
