@@ -388,21 +388,30 @@ static int finish_edit(cfl *file, bool done)
 	return -1;
 }
 
-/* Inserts size bytes of line at offset of the text, behind an LF. */
-static bool insert_line(cfl *file, size_t offset, const char *line, size_t size)
+/* Puts size bytes of piece in the place of those from offset to end of the text. */
+static bool replace_piece(cfl *file, size_t offset, size_t end, const char *piece, size_t size)
 {
-	char *grown = static_cast<char *>(realloc(file->text, file->size + size + 1));
+	size_t rest = file->size - end;
+	size_t most = file->size + size; // of what stands in the text until the rest has moved
+	char *grown = static_cast<char *>(realloc(file->text, most + 1));
 	if (!grown)
 		return false;
 	file->text = grown;
-	if (offset > 0 && grown[offset - 1] != '\n') { // only the last line can lack its LF
-		grown[offset++] = '\n';
-		file->size++;
-	}
-	memmove(grown + offset + size, grown + offset, file->size - offset);
-	memcpy(grown + offset, line, size);
-	file->size += size;
+	memmove(grown + offset + size, grown + end, rest);
+	memcpy(grown + offset, piece, size);
+	file->size = offset + size + rest;
 	return true;
+}
+
+/* Inserts size bytes of line at offset of the text, behind an LF. */
+static bool insert_line(cfl *file, size_t offset, const char *line, size_t size)
+{
+	if (offset > 0 && file->text[offset - 1] != '\n') { // only the last line can lack its LF
+		if (!replace_piece(file, offset, offset, "\n", 1))
+			return false;
+		offset++;
+	}
+	return replace_piece(file, offset, offset, line, size);
 }
 
 /* --- reading --- */
@@ -589,7 +598,8 @@ char *cfl_value_get_by_name(cfl *file, const char *name, const char *key, int *)
 	return value_copy(file, &at);
 }
 
-char *cfl_value_get_by_position(cfl *file, const char *name, int position, int *, int *)
+/* The walk of a section, at its value at position; null when there is none. */
+static walk *find_position(cfl *file, const char *name, int position)
 {
 	section *within = find_section(file, name);
 	if (!within || position < 2)
@@ -603,7 +613,21 @@ char *cfl_value_get_by_position(cfl *file, const char *name, int position, int *
 			return nullptr;
 		}
 	}
-	return value_copy(file, at);
+	return at;
+}
+
+char *cfl_value_get_by_position(cfl *file, const char *name, int position, int *, int *)
+{
+	walk *at = find_position(file, name, position);
+	return at ? value_copy(file, at) : nullptr;
+}
+
+char *cfl_value_get_key_by_position(cfl *file, const char *name, int position)
+{
+	walk *at = find_position(file, name, position);
+	if (!at)
+		return nullptr;
+	return decoded_copy(file, at->line, static_cast<size_t>(at->value - 1 - at->line));
 }
 
 /* The line of a value: its key and value escaped, and the LF. */
@@ -642,6 +666,23 @@ int cfl_value_insert(cfl *file, const char *name, const char *key, int, const ch
 	char *line = make_value_line(key, value, &size);
 	bool done = line && insert_line(file, static_cast<size_t>(behind - file->text), line, size);
 	free(line);
+	return finish_edit(file, done);
+}
+
+int cfl_value_set(cfl *file, const char *name, const char *key, const char *value)
+{
+	const section *within = find_section(file, name);
+	walk at;
+	if (!within || !key || !value || !find_value(file, within, key, &at))
+		return cfl_value_insert(file, name, key, 1, value);
+	if (decodes_to(at.value, static_cast<size_t>(at.line_end - at.value), value))
+		return 0;
+	char *encoded = static_cast<char *>(malloc(2 * strlen(value) + 1));
+	bool done = encoded &&
+		    replace_piece(file, static_cast<size_t>(at.value - file->text),
+				  static_cast<size_t>(at.line_end - file->text), encoded,
+				  static_cast<size_t>(encode(value, encoded) - encoded));
+	free(encoded);
 	return finish_edit(file, done);
 }
 

@@ -70,10 +70,17 @@ char *cfl_value_get_by_name(cfl *file, const char *section, const char *key, int
 char *cfl_value_get_by_position(cfl *file, const char *section, int position, int *scratch,
 				int *more_scratch);
 
+/* The key of the value at position, from 2; null elsewhere. Lives until cfl_free. */
+char *cfl_value_get_key_by_position(cfl *file, const char *section, int position);
+
 /* Adds a value right after the last one of its section. Returns 0, -2 when the section has the
  * key, -1 when there is no such section or no line could hold the key: an empty one, one with a
  * '=' in it, one that starts with '#', ';' or '['. flag is always 1 and is not used. */
 int cfl_value_insert(cfl *file, const char *section, const char *key, int flag, const char *value);
+
+/* Puts value in the place of the one that key has, the line staying where it is, or adds it as
+ * cfl_value_insert does. Returns 0, or -1 as that does. */
+int cfl_value_set(cfl *file, const char *section, const char *key, const char *value);
 
 /* Removes a value wherever its key stands in the section. Returns 0, or -1 when there is none. */
 int cfl_value_remove(cfl *file, const char *section, const char *key);

@@ -25,6 +25,7 @@ enum edit_kind {
 	REMOVE_SECTION,
 	INSERT_VALUE,
 	REMOVE_VALUE,
+	SET_VALUE,
 	EDIT_KINDS,
 };
 
@@ -34,6 +35,7 @@ static int edit(cfl *file, int kind, const char *section, const char *key, const
 	case INSERT_SECTION: return cfl_section_insert(file, section);
 	case REMOVE_SECTION: return cfl_section_remove(file, section);
 	case INSERT_VALUE: return cfl_value_insert(file, section, key, 1, value);
+	case SET_VALUE: return cfl_value_set(file, section, key, value);
 	default: return cfl_value_remove(file, section, key);
 	}
 }
@@ -102,6 +104,16 @@ static const struct {
 	{ "[A]\nK=V\n", REMOVE_VALUE, "A", "L", "", -1, "[A]\nK=V\n" },
 	{ "[A]\nK=V\n", REMOVE_VALUE, "B", "K", "", -1, "[A]\nK=V\n" },
 	{ "[A]\n#K=V\n", REMOVE_VALUE, "A", "#K", "", -1, "[A]\n#K=V\n" },
+
+	{ "[A]\nK=V\n", SET_VALUE, "A", "K", "W", 0, "[A]\nK=W\n" },
+	{ "[A]\nK=V\nL=\n", SET_VALUE, "A", "K", "longer", 0, "[A]\nK=longer\nL=\n" },
+	{ "[A]\nK=long\nL=1", SET_VALUE, "A", "K", "", 0, "[A]\nK=\nL=1\n" },
+	{ "[A]\nL=1\nK=V", SET_VALUE, "A", "K", "a\nb\\", 0, "[A]\nL=1\nK=a\\nb\\\\\n" },
+	{ "[A]\nK=\\x\n", SET_VALUE, "A", "K", "\\x", 0, "[A]\nK=\\x\n" },
+	{ "[A]\nK=1\n# c\nK=2\n", SET_VALUE, "A", "K", "3", 0, "[A]\nK=3\n# c\nK=2\n" },
+	{ "[A]\nK=V\n# c\n[B]\n", SET_VALUE, "A", "L", "W", 0, "[A]\nK=V\nL=W\n# c\n[B]\n" },
+	{ "[A]\n", SET_VALUE, "B", "K", "V", -1, "[A]\n" },
+	{ "[A]\n", SET_VALUE, "A", "K=", "V", -1, "[A]\n" },
 };
 
 TEST(cfl_edit, leaves_the_whole_text_as_expected)
@@ -113,6 +125,19 @@ TEST(cfl_edit, leaves_the_whole_text_as_expected)
 		EXPECT_EQ(text_of(file), row.after);
 		cfl_free(file);
 	}
+}
+
+TEST(cfl_edit, names_the_keys_by_position)
+{
+	cfl *file = read_text("[A]\nK=1\n# c\n\\\\L=2\n[B]\nM=3\n[A]\nN=4\n");
+	EXPECT_EQ(cfl_value_get_key_by_position(file, "A", 1), nullptr);
+	EXPECT_STREQ(cfl_value_get_key_by_position(file, "A", 2), "K");
+	EXPECT_STREQ(cfl_value_get_key_by_position(file, "A", 3), "\\L");
+	EXPECT_STREQ(cfl_value_get_key_by_position(file, "A", 4), "N");
+	EXPECT_EQ(cfl_value_get_key_by_position(file, "A", 5), nullptr);
+	EXPECT_EQ(cfl_value_get_key_by_position(file, "C", 2), nullptr);
+	EXPECT_EQ(cfl_value_get_key_by_position(nullptr, "A", 2), nullptr);
+	cfl_free(file);
 }
 
 TEST(cfl_edit, keeps_strings_valid_until_the_file_is_freed)
