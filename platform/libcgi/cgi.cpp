@@ -26,6 +26,7 @@ struct field {
 struct request {
 	bool is_read;
 	cgi_status status;
+	bool has_body; // it was taken by cgi_read_body
 	part body, query;
 	field *fields;
 	size_t count;
@@ -58,37 +59,40 @@ static cgi_status read_query(part *query)
 	return CGI_OK;
 }
 
-/* No length at all is 0. */
-static cgi_status read_length(size_t *length)
+/* The length of the body, at most max. No length at all is 0. */
+static cgi_status read_length(size_t *length, size_t max)
 {
 	*length = 0;
 	for (const char *at = get_variable("CONTENT_LENGTH"); *at; at++) {
 		if (*at < '0' || *at > '9')
 			return CGI_MALFORMED;
 		*length = *length * 10 + static_cast<size_t>(*at - '0');
-		if (*length > CGI_REQUEST_MAX)
+		if (*length > max)
 			return CGI_TOO_LARGE;
 	}
 	return CGI_OK;
 }
 
-static bool is_form(void)
+static bool is_post(void)
 {
-	const char *type = get_variable("CONTENT_TYPE");
-	size_t length = strlen(FORM_TYPE);
-	// What strchr looks for may be the NUL behind the type: it finds that too.
-	return strncasecmp(type, FORM_TYPE, length) == 0 && strchr("; \t", type[length]);
+	return strcmp(cgi_get_method(), "POST") == 0;
 }
 
-static cgi_status read_body(part *body)
+static bool has_type(const char *expected)
 {
-	if (strcmp(cgi_get_method(), "POST") != 0)
-		return CGI_OK;
+	const char *type = get_variable("CONTENT_TYPE");
+	size_t length = strlen(expected);
+	// What strchr looks for may be the NUL behind the type: it finds that too.
+	return strncasecmp(type, expected, length) == 0 && strchr("; \t", type[length]);
+}
+
+static cgi_status read_body(part *body, const char *type, size_t max)
+{
 	size_t length;
-	cgi_status status = read_length(&length);
+	cgi_status status = read_length(&length, max);
 	if (status != CGI_OK || length == 0)
 		return status;
-	if (!is_form())
+	if (!has_type(type))
 		return CGI_MALFORMED;
 	body->text = static_cast<char *>(malloc(length + 1));
 	if (!body->text)
@@ -204,8 +208,8 @@ static request *get_request(void)
 		return it;
 	it->is_read = true;
 	it->status = read_query(&it->query);
-	if (it->status == CGI_OK)
-		it->status = read_body(&it->body);
+	if (it->status == CGI_OK && is_post() && !it->has_body)
+		it->status = read_body(&it->body, FORM_TYPE, CGI_REQUEST_MAX);
 	if (it->status == CGI_OK)
 		it->status = split_fields(it);
 	return it;
@@ -221,6 +225,24 @@ enum cgi_status cgi_get_status(void)
 const char *cgi_get_method(void)
 {
 	return get_variable("REQUEST_METHOD");
+}
+
+char *cgi_read_body(const char *type, size_t max, size_t *size)
+{
+	request *it = &the_request;
+	if (it->is_read || !type || !is_post() || !has_type(type))
+		return nullptr;
+	it->has_body = true;
+	part body = {};
+	cgi_status status = read_body(&body, type, max);
+	if (get_request()->status == CGI_OK)
+		it->status = status;
+	if (it->status != CGI_OK) {
+		it->count = 0;
+		return nullptr;
+	}
+	*size = body.size;
+	return body.text;
 }
 
 /* The next field of that name from at on, null behind the last. */

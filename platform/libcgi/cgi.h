@@ -10,6 +10,8 @@
 #ifndef CGI_H
 #define CGI_H
 
+#include <stddef.h>
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -28,6 +30,13 @@ enum cgi_status cgi_get_status(void);
 
 /* The request's method as the server names it, "GET" or "POST"; empty when it names none. */
 const char *cgi_get_method(void);
+
+/* For a program that also takes bodies which are no form: reads a posted body of this type, at most
+ * max bytes, to a heap text that is never freed, with a NUL behind it, and stores its size. Must
+ * come before any other call; the request's fields are then those of the query alone. Returns null,
+ * and changes nothing, where the request has no body of this type, an empty one included; null
+ * with a status that tells why when it cannot be read. */
+char *cgi_read_body(const char *type, size_t max, size_t *size);
 
 /* The first value of the named field, or null. Lives as long as the process. */
 char *cgi_param(const char *name);

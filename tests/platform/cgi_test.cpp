@@ -332,3 +332,39 @@ TEST(cgi_include, copies_a_file_and_prints_nothing_for_one_that_is_missing)
 		EXPECT_EQ(got.out, row.out);
 	}
 }
+
+/* What cgi_read_body gives, and what the request is then; printed by a program of its own. */
+static std::string body_of(const request &sent, size_t max)
+{
+	return answer_to(sent, [max] {
+		size_t size = 0;
+		const char *body = cgi_read_body("application/x-parcel", max, &size);
+		printf("%s %zu %d %s", body ? body : "none", size, cgi_get_status(),
+		       cgi_param("a") ? cgi_param("a") : "no a");
+		return 0;
+	}).out;
+}
+
+TEST(cgi_read_body, takes_a_body_of_the_type_and_leaves_the_fields_of_the_query)
+{
+	request parcel = post("b=2&a=3");
+	parcel.query = "a=1";
+	EXPECT_EQ(body_of(parcel, 100), "none 0 0 3") << "a form";
+	parcel.type = "application/x-parcel";
+	EXPECT_EQ(body_of(parcel, 100), "b=2&a=3 7 0 1");
+	EXPECT_EQ(body_of(parcel, 7), "b=2&a=3 7 0 1");
+	EXPECT_EQ(body_of(parcel, 6), "none 0 2 no a");
+	parcel.length = "8";
+	EXPECT_EQ(body_of(parcel, 100), "none 0 1 no a");
+	parcel.length = "x";
+	EXPECT_EQ(body_of(parcel, 100), "none 0 1 no a");
+	parcel.length = nullptr;
+	parcel.query = "a=%00";
+	EXPECT_EQ(body_of(parcel, 100), "none 0 1 no a");
+	parcel.query = "a=1";
+	parcel.method = "GET";
+	EXPECT_EQ(body_of(parcel, 100), "none 0 0 1");
+	parcel = post("");
+	parcel.type = "application/x-parcel";
+	EXPECT_EQ(body_of(parcel, 100), "none 0 0 no a");
+}
