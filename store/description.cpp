@@ -2,13 +2,16 @@
 #include "description.h"
 
 #include <errno.h>
+#include <fcntl.h>
 #include <stdio.h>
 #include <string.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include "draft.h"
 #include "message.h"
 #include "paths.h"
-#include "replacement.h"
+#include "save.h"
 #include "text.h"
 
 static const size_t DESC_PATH_SIZE = 128;
@@ -20,59 +23,65 @@ static bool make_path(char path[DESC_PATH_SIZE], const char *id, const char *kin
 	return fits(length, DESC_PATH_SIZE) && !strchr(id, '/');
 }
 
-/* For a folder that takes no draft, and a path that leads to no regular file. */
-static bool rewrite_text(const char *path, const char *desc)
+/* A file that is not there yet gets its draft all the same. */
+static bool open_or_create_draft(draft *it, const char *path)
 {
-	FILE *file = fopen(path, "w");
-	if (!file)
-		return false;
-	bool written = fputs(desc, file) != EOF;
-	return fclose(file) == 0 && written;
+	return open_draft(it, path) || (errno == ENOENT && create_draft(it, path));
 }
 
-/* Replaces the text as a whole where that can be, so that a full disk leaves the old one. */
-static bool replace_text(const char *path, const char *desc)
+/* Replaces the text as a whole, so that a full disk leaves the old one. */
+static bool replace_text(draft *it, const char *desc)
 {
-	replacement draft;
-	if (!open_draft(&draft, path))
-		return errno != ENOSPC && rewrite_text(path, desc);
-	fputs(desc, draft.stream);
-	if (!finish_draft(&draft))
+	fputs(desc, it->stream);
+	if (!finish_draft(it))
 		return false;
-	if (commit_draft(&draft))
-		return true;
-	drop_draft(&draft);
-	return rewrite_text(path, desc);
+	bool done = commit_draft(it);
+	if (!done)
+		drop_draft(it);
+	return done;
+}
+
+/* Reads the first bytes of a regular file, and only of one: others could keep the page waiting.
+ * Returns false when there is none. */
+static bool read_start(const char *path, char line[DESC_LINE_SIZE])
+{
+	int fd = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+	if (fd < 0)
+		return false;
+	struct stat info;
+	bool is_file = fstat(fd, &info) == 0 && S_ISREG(info.st_mode);
+	size_t length = 0;
+	ssize_t count = 0;
+	while (is_file && length < DESC_LINE_SIZE - 1 &&
+	       (count = read(fd, line + length, DESC_LINE_SIZE - 1 - length)) > 0)
+		length += static_cast<size_t>(count);
+	close(fd);
+	line[length] = '\0';
+	return is_file;
 }
 
 char *read_desc(const char *id, const char *kind)
 {
-	char path[DESC_PATH_SIZE];
-	FILE *file = make_path(path, id, kind) ? fopen(path, "r") : nullptr;
-	if (!file)
+	char path[DESC_PATH_SIZE], line[DESC_LINE_SIZE];
+	if (!make_path(path, id, kind) || !read_start(path, line))
 		return nullptr;
-	char line[DESC_LINE_SIZE];
-	if (!fgets(line, sizeof(line), file))
-		line[0] = '\0';
-	fclose(file);
+	char *end = strchr(line, '\n');
+	if (end)
+		end[1] = '\0';
 	return copy_text(line);
 }
 
 int write_desc(const char *id, const char *kind, const char *desc)
 {
 	char path[DESC_PATH_SIZE];
-	bool has_path = make_path(path, id, kind);
-	bool is_new = has_path && access(path, F_OK) != 0;
-	FILE *file = has_path ? fopen(path, "a") : nullptr; // creates it, and empties nothing
-	if (!file) {
-		qos_msg(0, "Can not open description file");
-		return 0;
-	}
-	fclose(file);
-	if (!replace_text(path, desc)) {
+	draft text;
+	errno = ENAMETOOLONG;
+	bool opened = make_path(path, id, kind) && open_or_create_draft(&text, path);
+	if (opened && replace_text(&text, desc))
+		return 1;
+	note_write_failure(path, errno);
+	if (opened)
 		qos_warn("description of %s %s: not written, the disk may be full", kind, id);
-		if (is_new)
-			unlink(path);
-	}
-	return 1;
+	qos_msg(0, "Can not open description file");
+	return 0;
 }

@@ -9,15 +9,19 @@
 
 static const int NO_MEMORY_STATUS = 255;
 
+void end_without_memory(void)
+{
+	qos_warn("no memory");
+	fflush(stdout);
+	_exit(NO_MEMORY_STATUS); // what a stream has in its buffer stays unwritten
+}
+
 char *copy_text(const char *from)
 {
 	if (!from)
 		return nullptr;
 	char *copy = strdup(from);
-	if (!copy) {
-		qos_warn("no memory");
-		fflush(stdout);
-		_exit(NO_MEMORY_STATUS); // what a script has in its buffer stays unwritten
-	}
+	if (!copy)
+		end_without_memory();
 	return copy;
 }

@@ -20,4 +20,7 @@ inline bool fits(int length, size_t size)
  * after a line on standard error: a field that went missing in silence would be another setting. */
 char *copy_text(const char *from);
 
+/* What copy_text does without memory. */
+[[noreturn]] void end_without_memory(void);
+
 #endif

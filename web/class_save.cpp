@@ -8,7 +8,7 @@
 #include "../store/class_fields.h"
 #include "../store/message.h"
 #include "../store/paths.h"
-#include "rewrite.h"
+#include "../store/save.h"
 #include "save.h"
 #include "web.h"
 
@@ -69,8 +69,9 @@ static int store_class(cfl *classes, cfl *filters, class_rec *form, save_mode mo
 		return 0;
 	mark_filters(filters, form->filter_id, "use");
 	mark_filters(filters, form->unuse_filter_id, "unuse");
-	const rewrite changed[] = { { CLASS_STORE, classes }, { FILTER_STORE, filters } };
-	return rewrite_stores(changed, 2);
+	const changed_store changed[] = { { CLASS_STORE, classes },
+					  { FILTER_STORE, filters } };
+	return save_stores(changed, 2);
 }
 
 static int read_and_store(save_mode mode)

@@ -9,7 +9,7 @@
 #include "../store/lookup.h"
 #include "../store/message.h"
 #include "../store/reference.h"
-#include "rewrite.h"
+#include "../store/save.h"
 
 static const int SECTION_EXISTS = -2; // of cfl_section_insert; whatever else it returns is well
 
@@ -66,8 +66,8 @@ int save_object(const object *from, save_mode mode)
 		qos_msg(1, "CFG handler error!!");
 		return 0;
 	}
-	const rewrite changed = { path, store };
-	int done = insert_object(store, from, mode) && rewrite_stores(&changed, 1);
+	const changed_store changed = { path, store };
+	int done = insert_object(store, from, mode) && save_stores(&changed, 1);
 	cfl_free(store);
 	return done;
 }
@@ -89,8 +89,8 @@ static int remove_object(cfl *store, const known_kind *row, const char *id)
 		return 1;
 	}
 	cfl_section_remove(store, id);
-	const rewrite changed = { row->store, store };
-	return rewrite_stores(&changed, 1);
+	const changed_store changed = { row->store, store };
+	return save_stores(&changed, 1);
 }
 
 int delete_object(object_kind kind, const char *id)

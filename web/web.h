@@ -12,7 +12,7 @@
  * replaces the object by what was posted, or adds it. Both return 1, or 0 when the form lacks
  * what it must have, a store cannot be read or the id is refused, each of which is told to the
  * user, and when a store cannot be written, which is told on standard error. After a 0 the
- * stores are as they were, as far as rewrite_stores can keep two of them together. The
+ * stores are as they were, as far as save_stores can keep two of them together. The
  * description is written before the store is; when that fails the user is told and the save goes
  * on.
  *

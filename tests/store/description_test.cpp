@@ -1,6 +1,10 @@
 /* Description files, on both sides of every length. */
 #include "../../store/description.h"
 
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
 #include "../support/router_files.h"
 
 /* The description; "(none)" for a null, which must not be told to anyone. */
@@ -156,13 +160,59 @@ TEST(write_desc, refuses_an_id_with_a_slash)
 	EXPECT_FALSE(has_file(DESCRIPTIONS + "x.port"));
 }
 
-TEST(write_desc, tells_of_a_full_disk_on_standard_error)
+/* A file that can grow no further stands for the full disk. */
+TEST(write_desc, tells_of_a_full_disk_and_leaves_the_old_text)
 {
 	fresh_router router;
-	std::filesystem::create_symlink("/dev/full", DESCRIPTIONS + "LAN1.policy");
-	int result = -1;
-	printed all = printed_by([&] { result = write_desc("LAN1", "policy", "Office"); });
-	EXPECT_EQ(result, 1);
-	EXPECT_EQ(all.out, "");
-	EXPECT_EQ(count_lines(all.err), 1u) << all.err;
+	write_file(DESCRIPTIONS + "LAN1.policy", "Office\n");
+	signal(SIGXFSZ, SIG_IGN);
+	rlimit before;
+	getrlimit(RLIMIT_FSIZE, &before);
+	const std::string words(20000, 'w');
+	for (const char *id : { "LAN1", "LAN2" }) {
+		int result = -1;
+		testing::internal::CaptureStdout();
+		testing::internal::CaptureStderr();
+		rlimit lower = { 1000, before.rlim_max };
+		setrlimit(RLIMIT_FSIZE, &lower);
+		result = write_desc(id, "policy", words.c_str());
+		setrlimit(RLIMIT_FSIZE, &before);
+		std::string out = testing::internal::GetCapturedStdout();
+		std::string err = testing::internal::GetCapturedStderr();
+		EXPECT_EQ(result, 0);
+		EXPECT_EQ(alerts_in(out), texts({ "Can not open description file" }));
+		EXPECT_EQ(count_lines(err), 1u) << err;
+	}
+	EXPECT_EQ(read_file(DESCRIPTIONS + "LAN1.policy"), "Office\n");
+	EXPECT_FALSE(has_file(DESCRIPTIONS + "LAN2.policy"));
+}
+
+/* A pipe that nobody writes would keep the page waiting for ever. */
+TEST(description, is_a_regular_file)
+{
+	fresh_router router;
+	const std::string pipe = DESCRIPTIONS + "pipe.ip", device = DESCRIPTIONS + "device.ip";
+	ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+	std::filesystem::create_symlink("/dev/full", device);
+	for (const char *id : { "pipe", "device" }) {
+		texts alerts;
+		EXPECT_EQ(description_of(id, "ip"), "(none)");
+		EXPECT_EQ(write(id, "ip", "words", &alerts), 0);
+		EXPECT_EQ(alerts, texts({ "Can not open description file" }));
+	}
+}
+
+TEST(write_desc, keeps_mode_and_link_of_the_file)
+{
+	fresh_router router;
+	write_file(SCRATCH + "target", "old");
+	ASSERT_EQ(chmod((SCRATCH + "target").c_str(), 0640), 0);
+	std::filesystem::create_symlink(SCRATCH + "target", DESCRIPTIONS + "a.ip");
+	EXPECT_EQ(write("a", "ip", "new"), 1);
+	EXPECT_EQ(read_file(SCRATCH + "target"), "new");
+	struct stat info;
+	ASSERT_EQ(lstat((DESCRIPTIONS + "a.ip").c_str(), &info), 0);
+	EXPECT_TRUE(S_ISLNK(info.st_mode));
+	ASSERT_EQ(stat((DESCRIPTIONS + "a.ip").c_str(), &info), 0);
+	EXPECT_EQ(info.st_mode & 07777, 0640u);
 }
