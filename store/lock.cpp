@@ -1,0 +1,70 @@
+/* The one lock of the stores. */
+#include "lock.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <time.h>
+#include <unistd.h>
+
+#include "laid_aside.h"
+#include "kept_files.h"
+
+static const char LOCK_FILE[] = "/etc/conf/qos_config/.history/lock";
+static const long PAUSE = 5000000; // nanoseconds between two attempts
+
+/* The folder is there, made if need be; a new one is on the disk before anything is in it. */
+static bool make_folder(void)
+{
+	if (mkdir(HISTORY_DIR, 0700) == 0)
+		return sync_folder(STORE_DIR);
+	return errno == EEXIST;
+}
+
+static int open_lock_file(int operation)
+{
+	const int flags = O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
+	int fd = open(LOCK_FILE, flags);
+	if (fd >= 0 || errno != ENOENT || operation == LOCK_SH)
+		return fd;
+	return make_folder() ? open(LOCK_FILE, flags | O_CREAT, 0600) : -1;
+}
+
+/* Of the clock that nobody sets. */
+static time_t seconds_now(void)
+{
+	struct timespec now;
+	clock_gettime(CLOCK_MONOTONIC, &now);
+	return now.tv_sec;
+}
+
+/* A wait that ends by itself: flock alone would wait for ever, and an alarm would belong to the
+ * whole process. */
+static bool wait_for(int fd, int operation, int seconds)
+{
+	const struct timespec pause = { 0, PAUSE };
+	time_t end = seconds_now() + seconds;
+	while (flock(fd, operation | LOCK_NB) != 0) {
+		if (errno != EWOULDBLOCK && errno != EINTR)
+			return false;
+		if (seconds_now() >= end) {
+			errno = ETIMEDOUT;
+			return false;
+		}
+		nanosleep(&pause, nullptr);
+	}
+	return true;
+}
+
+int lock_stores(int operation, int seconds)
+{
+	int fd = open_lock_file(operation);
+	if (fd < 0)
+		return -1;
+	if (wait_for(fd, operation, seconds))
+		return fd;
+	int reason = errno;
+	close(fd);
+	errno = reason;
+	return -1;
+}

@@ -1,0 +1,14 @@
+/* The one lock of the stores. Whoever changes them holds it exclusively, from before they are read
+ * until they are written; whoever must see one generation of all of them holds it shared. */
+#ifndef STORE_LOCK_H
+#define STORE_LOCK_H
+
+#include <sys/file.h>
+
+/* Takes the lock: operation is LOCK_SH or LOCK_EX. LOCK_EX makes the file and its folder where
+ * they are absent, for the router's own users only; LOCK_SH makes nothing and fails with ENOENT
+ * then. Returns a descriptor that close() releases, and that a started program does not inherit;
+ * -1 with errno set otherwise, ETIMEDOUT where others held it for all of these seconds. */
+int lock_stores(int operation, int seconds);
+
+#endif
