@@ -4,13 +4,13 @@
 
 #include <cfl.h>
 
+#include "../scripts/scripts.h"
 #include "../store/message.h"
 #include "../store/paths.h"
 #include "../store/trace.h"
 #include "compiler.h"
 #include "device.h"
 #include "globals.h"
-#include "script.h"
 
 static const size_t BAND_NAME_SIZE = 128;
 static const size_t BAND_PATH_SIZE = 192;

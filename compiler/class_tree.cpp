@@ -5,13 +5,13 @@
 
 #include <cfl.h>
 
+#include "../scripts/scripts.h"
 #include "../store/message.h"
 #include "../store/paths.h"
 #include "../store/trace.h"
 #include "compiler.h"
 #include "device.h"
 #include "globals.h"
-#include "script.h"
 
 static const int DEFAULT_MINOR = 1000; // as in the device script's DEFAULT line
 static const int MINOR_STEP = 10;

@@ -5,13 +5,13 @@
 
 #include <cfl.h>
 
+#include "../scripts/scripts.h"
 #include "../store/message.h"
 #include "../store/paths.h"
 #include "../store/trace.h"
 #include "compiler.h"
 #include "device.h"
 #include "globals.h"
-#include "script.h"
 
 static const size_t DEVICE_PATH_SIZE = 128;
 static const int ROOT_MINOR = 2; // of a class tree, and the major number of the bands

@@ -1,5 +1,5 @@
 /* The script files. */
-#include "script.h"
+#include "scripts.h"
 
 #include <string.h>
 

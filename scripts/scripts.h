@@ -1,6 +1,6 @@
 /* The script files: where they are, and how they are opened and closed. */
-#ifndef COMPILER_SCRIPT_H
-#define COMPILER_SCRIPT_H
+#ifndef SCRIPTS_SCRIPTS_H
+#define SCRIPTS_SCRIPTS_H
 
 #include <stddef.h>
 #include <stdio.h>
