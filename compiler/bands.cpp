@@ -8,9 +8,8 @@
 #include "../store/message.h"
 #include "../store/paths.h"
 #include "../store/trace.h"
-#include "compiler.h"
 #include "device.h"
-#include "globals.h"
+#include "steps.h"
 
 static const size_t BAND_NAME_SIZE = 128;
 static const size_t BAND_PATH_SIZE = 192;

@@ -2,7 +2,7 @@
 #include <string.h>
 
 #include "../store/trace.h"
-#include "compiler.h"
+#include "steps.h"
 
 static bool is_leaf(const class_rec *rec, const char *kind)
 {

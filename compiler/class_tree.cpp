@@ -9,11 +9,9 @@
 #include "../store/message.h"
 #include "../store/paths.h"
 #include "../store/trace.h"
-#include "compiler.h"
 #include "device.h"
-#include "globals.h"
+#include "steps.h"
 
-static const int DEFAULT_MINOR = 1000; // as in the device script's DEFAULT line
 static const int MINOR_STEP = 10;
 static const size_t CLASS_PATH_SIZE = 128;
 

@@ -4,6 +4,10 @@
 #ifndef COMPILER_DEVICE_H
 #define COMPILER_DEVICE_H
 
+#ifdef __cplusplus
+extern "C" {
+#endif
+
 /* Turns every '_' of name into '/', in place, and echoes each character on standard output
  * before and after. A name that really holds a '_' does not come back from store form. */
 void replace(char *name);
@@ -20,5 +24,9 @@ int get_dev_name(const char *name, char **device);
 
 /* Reads the PVC of the PVC list. Returns 1 and sets *pvc to a heap string, or 0. */
 int read_pvc_info(char **pvc);
+
+#ifdef __cplusplus
+}
+#endif
 
 #endif

@@ -11,7 +11,7 @@
 #include "../store/trace.h"
 #include "compiler.h"
 #include "device.h"
-#include "globals.h"
+#include "steps.h"
 
 static const size_t DEVICE_PATH_SIZE = 128;
 static const int ROOT_MINOR = 2; // of a class tree, and the major number of the bands
@@ -77,7 +77,7 @@ static outcome compile_tree_policy(FILE *script, const char *path, char *device,
 				   const policy_rec *rec)
 {
 	fprintf(script, "QDISC=htb\n");
-	fprintf(script, "DEFAULT=1000\n");
+	fprintf(script, "DEFAULT=%d\n", DEFAULT_MINOR);
 	if (rec->r2q)
 		fprintf(script, "R2Q=%s\n", rec->r2q);
 	close_script(script, path);

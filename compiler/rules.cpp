@@ -10,9 +10,8 @@
 #include "../store/message.h"
 #include "../store/ranges.h"
 #include "../store/trace.h"
-#include "compiler.h"
-#include "globals.h"
 #include "shell.h"
+#include "steps.h"
 
 static const char NAT_SWITCH[] = "/etc/autorun/nat_on";
 static const char ENTRY_MARKS[] = " \t./:-"; // in entries that the NAT test is given

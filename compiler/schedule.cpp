@@ -2,7 +2,7 @@
  * TIME=135/08:00-18:00;512Kbps/10KB,1Mbps
  * days, hours; rate, burst, ceiling. The ceiling's burst is led in by '/' as the burst is. */
 #include "../store/trace.h"
-#include "compiler.h"
+#include "steps.h"
 
 static bool is_set(const char *field)
 {

@@ -4,7 +4,7 @@
 #define TESTS_COMPILER_COMPILER_FILES_H
 
 #include "../../compiler/compiler.h"
-#include "../../compiler/globals.h"
+#include "../../compiler/steps.h"
 #include "../support/router_files.h"
 
 const std::string NAT_SWITCH = "/etc/autorun/nat_on";
