@@ -1,19 +1,17 @@
 /* The bands of a strict-priority policy: the root node and, below it, the nodes that it names
  * for its three bands. */
+#include <stdio.h>
 #include <string.h>
 
 #include <cfl.h>
 
-#include "../scripts/scripts.h"
 #include "../store/message.h"
 #include "../store/paths.h"
 #include "../store/trace.h"
-#include "device.h"
+#include "class_script.h"
 #include "steps.h"
 
-static const size_t BAND_NAME_SIZE = 128;
-static const size_t BAND_PATH_SIZE = 192;
-static const size_t BAND_HANDLE_SIZE = 32; // two numbers and a ':'
+static const size_t MAJOR_SIZE = 16; // bytes for a number
 
 int g_spq_id;
 
@@ -28,36 +26,26 @@ static const struct {
 };
 static_assert(sizeof(BANDS) / sizeof(BANDS[0]) == 3, "a row a band");
 
-/* Writes the script of one node; handle is what stands between device and id in its name. */
-static bool compile_node(char *device, const char *handle, char *id)
+/* Writes the script of the root, band 0, or of one of its bands. */
+static bool compile_node(char *device, const char *major, int band, char *id)
 {
-	char name[BAND_NAME_SIZE];
-	char path[BAND_PATH_SIZE];
-	replace_slash(device);
-	int length = snprintf(name, sizeof(name), "%s-%s.%s", device, handle, id);
-	FILE *script = nullptr;
-	if (fits(length, sizeof(name)))
-		script = open_script(path, sizeof(path), name);
-	replace(device);
-	if (!script) {
-		qos_msg(1, "Can't open class file");
+	script file;
+	char handle[CLASS_HANDLE_SIZE];
+	if (!open_class_script(&file, device, id, major, band, handle, SCRIPT_PATH_SIZE))
 		return false;
-	}
 	TRACE("do_spq");
-	write_class(script, id, 0);
+	write_class(file.stream, id, 0);
 	TRACE("do_spq");
-	close_script(script, path);
+	close_script(&file);
 	return true;
 }
 
-static bool compile_bands(cfl *store, char *device, const char *root_id, int major)
+static bool compile_bands(cfl *store, char *device, const char *root_id, const char *major)
 {
 	for (const auto &band : BANDS) {
 		int scratch;
 		char *id = cfl_value_get_by_name(store, root_id, band.key, &scratch);
-		char handle[BAND_HANDLE_SIZE];
-		snprintf(handle, sizeof(handle), "%d:%d", major, band.number);
-		if (id && !compile_node(device, handle, id))
+		if (id && !compile_node(device, major, band.number, id))
 			return false;
 	}
 	TRACE("do_spq");
@@ -65,11 +53,9 @@ static bool compile_bands(cfl *store, char *device, const char *root_id, int maj
 }
 
 /* The root first, whether the store has it or not; then the bands of its section. */
-static bool compile_nodes(cfl *store, char *device, char *root_id, int major)
+static bool compile_nodes(cfl *store, char *device, char *root_id, const char *major)
 {
-	char handle[BAND_HANDLE_SIZE];
-	snprintf(handle, sizeof(handle), "%d", major);
-	if (!compile_node(device, handle, root_id))
+	if (!compile_node(device, major, 0, root_id))
 		return false;
 	for (int i = 2; i <= g_basic_count; i++) {
 		TRACE("do_spq");
@@ -91,7 +77,9 @@ int do_spq(char *device, char *root_id, int level, int major)
 		qos_msg(1, "Can't handle BASIC DB");
 		return 0;
 	}
-	bool done = compile_nodes(store, device, root_id, major);
+	char major_text[MAJOR_SIZE];
+	snprintf(major_text, sizeof(major_text), "%d", major);
+	bool done = compile_nodes(store, device, root_id, major_text);
 	cfl_free(store);
 	return done ? 1 : 0;
 }

@@ -1,8 +1,25 @@
 /* The script of one class or band. */
+#include "class_script.h"
+
 #include <string.h>
 
+#include "../store/message.h"
 #include "../store/trace.h"
+#include "device.h"
 #include "steps.h"
+
+bool open_class_script(script *it, char *device, const char *id, const char *parent_handle,
+		       int minor, char handle[CLASS_HANDLE_SIZE], size_t path_size)
+{
+	char name[CLASS_NAME_SIZE];
+	replace_slash(device);
+	bool open = make_class_names(name, handle, device, id, parent_handle, minor) &&
+		    open_script(it, name, path_size);
+	replace(device);
+	if (!open)
+		qos_msg(1, "Can't open class file");
+	return open;
+}
 
 static bool is_leaf(const class_rec *rec, const char *kind)
 {

@@ -5,11 +5,10 @@
 
 #include <cfl.h>
 
-#include "../scripts/scripts.h"
 #include "../store/message.h"
 #include "../store/paths.h"
 #include "../store/trace.h"
-#include "device.h"
+#include "class_script.h"
 #include "steps.h"
 
 static const int MINOR_STEP = 10;
@@ -46,8 +45,7 @@ int make_class_names(char *name, char *handle, const char *device, const char *c
 		length = snprintf(built, sizeof(built), "%d", minor);
 	if (!*built || !fits(length, sizeof(built)))
 		return 0;
-	length = snprintf(name, CLASS_NAME_SIZE, "%s-%s.%s", device, built, class_id);
-	if (!fits(length, CLASS_NAME_SIZE))
+	if (!make_script_name(name, CLASS_NAME_SIZE, device, built, class_id))
 		return 0;
 	memcpy(handle, built, sizeof(built));
 	return 1;
@@ -84,22 +82,15 @@ static void free_children(char **children)
 static bool compile_script(char *device, char *class_id, const char *parent_handle, int minor,
 			   char handle[CLASS_HANDLE_SIZE])
 {
-	char name[CLASS_NAME_SIZE];
-	char path[CLASS_PATH_SIZE];
-	replace_slash(device);
-	FILE *script = nullptr;
-	if (make_class_names(name, handle, device, class_id, parent_handle, minor))
-		script = open_script(path, sizeof(path), name);
-	replace(device);
-	if (!script) {
-		qos_msg(1, "Can't open class file");
+	script file;
+	if (!open_class_script(&file, device, class_id, parent_handle, minor, handle,
+			       CLASS_PATH_SIZE))
 		return false;
-	}
 	TRACE("do_class");
 	printf("############  class id : %s #############\n", class_id);
-	write_class(script, class_id, 1);
+	write_class(file.stream, class_id, 1);
 	TRACE("do_class");
-	close_script(script, path);
+	close_script(&file);
 	return true;
 }
 

@@ -59,11 +59,10 @@ static bool count_sections(const char *path, int *count)
 	return true;
 }
 
-static outcome compile_priority_policy(FILE *script, const char *path, char *device,
-				       const policy_rec *rec)
+static outcome compile_priority_policy(script *file, char *device, const policy_rec *rec)
 {
-	fprintf(script, "QDISC=spq\n");
-	close_script(script, path);
+	fprintf(file->stream, "QDISC=spq\n");
+	close_script(file);
 	TRACE("do_policy");
 	if (!count_sections(BASIC_STORE, &g_basic_count))
 		return STOPPED;
@@ -73,14 +72,13 @@ static outcome compile_priority_policy(FILE *script, const char *path, char *dev
 	return COMPILED;
 }
 
-static outcome compile_tree_policy(FILE *script, const char *path, char *device,
-				   const policy_rec *rec)
+static outcome compile_tree_policy(script *file, char *device, const policy_rec *rec)
 {
-	fprintf(script, "QDISC=htb\n");
-	fprintf(script, "DEFAULT=%d\n", DEFAULT_MINOR);
+	fprintf(file->stream, "QDISC=htb\n");
+	fprintf(file->stream, "DEFAULT=%d\n", DEFAULT_MINOR);
 	if (rec->r2q)
-		fprintf(script, "R2Q=%s\n", rec->r2q);
-	close_script(script, path);
+		fprintf(file->stream, "R2Q=%s\n", rec->r2q);
+	close_script(file);
 	TRACE("do_policy");
 	if (!count_sections(CLASS_STORE, &g_class_count))
 		return STOPPED;
@@ -105,17 +103,17 @@ static outcome compile_policy(const bound_policy *policy, policy_rec *rec)
 	TRACE("do_policy");
 	if (!rec->root_class)
 		return SKIPPED;
-	char path[DEVICE_PATH_SIZE];
-	FILE *script = open_script(path, sizeof(path), policy->device);
+	script file;
+	bool open = open_script(&file, policy->device, DEVICE_PATH_SIZE);
 	replace(policy->device);
-	if (!script)
+	if (!open)
 		return SKIPPED;
 	TRACE("do_policy");
 	if (rec->qdisc && strcmp(rec->qdisc, "spq") == 0)
-		return compile_priority_policy(script, path, policy->device, rec);
+		return compile_priority_policy(&file, policy->device, rec);
 	if (rec->qdisc && strcmp(rec->qdisc, "htb") == 0)
-		return compile_tree_policy(script, path, policy->device, rec);
-	close_script(script, path);
+		return compile_tree_policy(&file, policy->device, rec);
+	close_script(&file);
 	return STOPPED;
 }
 

@@ -1,22 +1,22 @@
-/* The script files. */
-#include "scripts.h"
-
+/* How a script is opened and closed. */
 #include <string.h>
 
 #include "../store/message.h"
 #include "../store/text.h"
+#include "scripts.h"
 
-FILE *open_script(char *path, size_t size, const char *name)
+bool open_script(script *it, const char *name, size_t path_size)
 {
-	int length = snprintf(path, size, "/etc/script/qos_config/%s", name);
-	if (!fits(length, size) || strchr(name, '/'))
-		return nullptr;
-	return fopen(path, "we"); // the programs that the compiler starts do not inherit it
+	int length = snprintf(it->path, sizeof(it->path), "%s%s", SCRIPT_DIR, name);
+	if (!fits(length, sizeof(it->path)) || !fits(length, path_size) || strchr(name, '/'))
+		return false;
+	it->stream = fopen(it->path, "we"); // the programs that the compiler starts do not inherit it
+	return it->stream != nullptr;
 }
 
-void close_script(FILE *script, const char *path)
+void close_script(script *it)
 {
-	bool failed = ferror(script);
-	if (fclose(script) != 0 || failed)
-		qos_warn("%s: not written in full, the disk may be full", path);
+	bool failed = ferror(it->stream);
+	if (fclose(it->stream) != 0 || failed)
+		qos_warn("%s: not written in full, the disk may be full", it->path);
 }
