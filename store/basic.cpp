@@ -1,18 +1,29 @@
 /* Basic records: the nodes of a strict-priority policy, loaded into a class record. */
 #include <cfl.h>
 
+#include "list_keys.h"
 #include "lookup.h"
 #include "message.h"
 #include "paths.h"
 #include "records.h"
 #include "trace.h"
 
-static char *copy_band(cfl *store, const char *id, const char *key)
+bool read_basic(cfl *store, class_rec *rec, const char *id)
 {
-	TRACE("get_basic_by_id");
-	char *band = copy_value(store, id, key);
-	TRACE("get_basic_by_id");
-	return band;
+	rec->low = copy_value(store, id, "LOW");
+	rec->middle = copy_value(store, id, "MIDDLE");
+	rec->high = copy_value(store, id, "HIGH");
+	copy_filters(store, id, rec);
+	return has_section(store, id);
+}
+
+/* Who follows a run by its traces looks for two a band. */
+static void trace_bands(void)
+{
+	for (int band = 0; band < BANDS_MAX; band++) {
+		TRACE("get_basic_by_id");
+		TRACE("get_basic_by_id");
+	}
 }
 
 void get_basic_by_id(class_rec *rec, char *id)
@@ -30,10 +41,9 @@ void get_basic_by_id(class_rec *rec, char *id)
 		qos_msg(1, "CFG handle error!!");
 		return;
 	}
-	rec->low = copy_band(store, id, "LOW");
-	rec->middle = copy_band(store, id, "MIDDLE");
-	rec->high = copy_band(store, id, "HIGH");
-	copy_filters(store, rec);
+	read_basic(store, rec, id);
+	trace_bands();
+	warn_left_out(store, id, FILTER_ID_KEY, LOADED_FILTERS_MAX);
 	TRACE("get_basic_by_id");
 	cfl_free(store);
 }

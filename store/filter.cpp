@@ -9,11 +9,20 @@
 #include "paths.h"
 #include "records.h"
 
-void get_filter_by_id(filter_rec *rec, char *id)
+bool read_filter(cfl *store, filter_rec *rec, const char *id)
+{
+	for (const filter_field &row : FILTER_FIELDS)
+		rec->*row.field = copy_value(store, id, row.key);
+	return has_section(store, id);
+}
+
+/* The id on standard output is a developers' line, as the traces are: it says which filter was read,
+ * by a compile or a page, where it stands between two hidden fields. */
+bool load_filter(filter_rec *rec, char *id)
 {
 	if (!id) {
 		qos_msg(0, "No such a ID");
-		return;
+		return false;
 	}
 	printf("bbbbbbbbbbb %s ", id);
 	rec->id = id;
@@ -21,9 +30,14 @@ void get_filter_by_id(filter_rec *rec, char *id)
 	if (!store) {
 		printf("errorrrrrrrrr %s ", id);
 		qos_msg(1, "CFG handle error!!");
-		return;
+		return false;
 	}
-	for (const filter_field &row : FILTER_FIELDS)
-		rec->*row.field = copy_value(store, id, row.key);
+	read_filter(store, rec, id);
 	cfl_free(store);
+	return true;
+}
+
+void get_filter_by_id(filter_rec *rec, char *id)
+{
+	load_filter(rec, id);
 }

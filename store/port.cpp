@@ -8,6 +8,13 @@
 #include "paths.h"
 #include "records.h"
 
+bool read_port(cfl *store, port_rec *rec, const char *id)
+{
+	rec->desc = read_desc(id, "port");
+	copy_list(store, id, PORT_LIST_KEY, rec->port_list, LIST_ENTRIES_MAX);
+	return has_section(store, id);
+}
+
 void get_port_by_id(port_rec *rec, char *id)
 {
 	if (!id) {
@@ -18,7 +25,7 @@ void get_port_by_id(port_rec *rec, char *id)
 	if (!store)
 		return;
 	rec->id = id;
-	rec->desc = read_desc(id, "port");
-	copy_list(store, id, PORT_LIST_KEY, rec->port_list, LIST_ENTRIES_MAX);
+	read_port(store, rec, id);
+	warn_left_out(store, id, PORT_LIST_KEY, LIST_ENTRIES_MAX);
 	cfl_free(store);
 }

@@ -4,6 +4,8 @@
 #ifndef STORE_RECORDS_H
 #define STORE_RECORDS_H
 
+#include <cfl.h>
+
 #include "text.h"
 
 const int BANDS_MAX = 3;          // of a policy
@@ -114,5 +116,18 @@ void get_basic_by_id(class_rec *rec, char *id); // the id, the filters and the t
 void get_filter_by_id(filter_rec *rec, char *id);
 void get_port_by_id(port_rec *rec, char *id);
 void get_ip_by_id(ip_rec *rec, char *id);
+
+/* get_filter_by_id, and tells whether the store could be read. */
+bool load_filter(filter_rec *rec, char *id);
+
+/* The readers under the loaders: they fill a record from section id of a store that is open, as
+ * the loaders do, but print nothing, and rec->id stays as it is. They return whether the section
+ * is there. */
+bool read_policy(cfl *store, policy_rec *rec, const char *id);
+bool read_class(cfl *store, class_rec *rec, const char *id);
+bool read_basic(cfl *store, class_rec *rec, const char *id);
+bool read_filter(cfl *store, filter_rec *rec, const char *id);
+bool read_port(cfl *store, port_rec *rec, const char *id);
+bool read_ip(cfl *store, ip_rec *rec, const char *id);
 
 #endif

@@ -249,3 +249,41 @@ TEST(get_class_by_id, stops_at_gap_in_slots)
 	for (const auto &row : SLOT_LISTS)
 		stops_at_gap(get_class_by_id, "class", row.key, row.entry);
 }
+
+/* A reader fills the record as its loader does, tells whether there is a section, and is silent,
+ * also where the loader warns. */
+template <typename record>
+static void reads_in_silence(loader<record> *load, bool read(cfl *, record *, const char *),
+			     const char *kind, const char *list)
+{
+	fresh_router router;
+	router.store(kind, listed(list, 200) + "LOW=l\nRATE=1\nUSE=use\nROOT_CLASS=r\nDOW00=0\n");
+	cfl *store = cfl_read((STORES + kind).c_str());
+	char id[] = "x";
+	record loaded = {}, quiet = {};
+	printed_by([&] { load(&loaded, id); });
+	printed all = printed_by([&] {
+		EXPECT_TRUE(read(store, &quiet, id));
+		EXPECT_FALSE(read(store, &quiet, "y"));
+		quiet = {};
+		EXPECT_TRUE(read(store, &quiet, id));
+	});
+	EXPECT_EQ(all.out + all.err, "") << kind;
+	EXPECT_EQ(quiet.id, nullptr) << kind;
+	loaded.id = nullptr;
+	char **one = reinterpret_cast<char **>(&loaded), **other = reinterpret_cast<char **>(&quiet);
+	for (size_t n = 0; n < sizeof(record) / sizeof(char *); n++)
+		EXPECT_STREQ(one[n], other[n]) << kind << " " << n;
+	cfl_free(store);
+}
+
+TEST(readers, fill_the_record_as_the_loaders_do_and_print_nothing)
+{
+	reads_in_silence(get_policy_by_id, read_policy, "policy", "BAND");
+	reads_in_silence(get_class_by_id, read_class, "class", "FILTER_ID");
+	reads_in_silence(get_class_by_id, read_class, "class", "TIME_RATE");
+	reads_in_silence(get_basic_by_id, read_basic, "basic", "FILTER_ID");
+	reads_in_silence(get_filter_by_id, read_filter, "filter", "PRIO");
+	reads_in_silence(get_port_by_id, read_port, "port", "PORT_LIST");
+	reads_in_silence(get_ip_by_id, read_ip, "ip", "IP_LIST");
+}
