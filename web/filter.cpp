@@ -216,7 +216,10 @@ int filter_update(void)
 	if (!read_form(&form))
 		return 0;
 	filter_rec stored = {};
-	get_filter_by_id(&stored, form.id);
+	if (!load_filter(&stored, form.id)) { // without its mark the filter would be offered again
+		qos_msg(1, "CFG handler error!!");
+		return 0;
+	}
 	if (is_priority_taken(&form, &stored)) {
 		qos_msg(3, "Duplicated priority");
 		return 0;

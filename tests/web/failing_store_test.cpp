@@ -158,6 +158,19 @@ TEST(update, over_a_store_whose_nth_call_fails)
 	}
 }
 
+/* The first read of an update is that of the mark, which no form posts. */
+TEST(filter_update, keeps_the_mark_when_its_first_read_fails)
+{
+	const web_kind &filters = WEB_KINDS[2];
+	ASSERT_STREQ(filters.word, "filter");
+	fail_each_call(filters, true, post(filters.form), filters.update, [](const outcome &it) {
+		if (it.failed == "cfl_read") {
+			EXPECT_EQ(it.got.result, 0);
+			EXPECT_TRUE(it.unchanged);
+		}
+	});
+}
+
 TEST(delete_handler, over_a_store_whose_nth_call_fails)
 {
 	for (const web_kind &kind : WEB_KINDS) {
