@@ -460,19 +460,16 @@ static void drop_carriage_returns(cfl *file)
 	finish_cutting(file, &cut);
 }
 
-cfl *cfl_read(const char *path)
+/* The file of a heap text, null for a null one; takes the text over. */
+static cfl *make_file(char *text, size_t size)
 {
-	int fd = path ? open(path, O_RDONLY | O_CLOEXEC) : -1;
-	if (fd < 0)
-		return nullptr;
-	cfl *file = static_cast<cfl *>(calloc(1, sizeof(cfl)));
-	if (file)
-		file->text = read_all(fd, &file->size);
-	close(fd);
-	if (!file || !file->text) {
-		free(file);
+	cfl *file = text ? static_cast<cfl *>(calloc(1, sizeof(cfl))) : nullptr;
+	if (!file) {
+		free(text);
 		return nullptr;
 	}
+	file->text = text;
+	file->size = size;
 	file->hash_start = 2166136261u ^ static_cast<uint32_t>(getpid()) * 2654435761u;
 	drop_carriage_returns(file);
 	if (!index_sections(file)) {
@@ -480,6 +477,25 @@ cfl *cfl_read(const char *path)
 		return nullptr;
 	}
 	return file;
+}
+
+cfl *cfl_read(const char *path)
+{
+	int fd = path ? open(path, O_RDONLY | O_CLOEXEC) : -1;
+	if (fd < 0)
+		return nullptr;
+	size_t size;
+	char *text = read_all(fd, &size);
+	close(fd);
+	return make_file(text, size);
+}
+
+cfl *cfl_read_text(const char *text, size_t size)
+{
+	char *copy = text ? static_cast<char *>(malloc(size + 1)) : nullptr;
+	if (copy)
+		memcpy(copy, text, size);
+	return make_file(copy, size);
 }
 
 /* A CR at the end of a line is followed by another, for the next reader drops one. */

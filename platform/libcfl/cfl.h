@@ -36,6 +36,9 @@ typedef struct cfl cfl;
  * cannot be opened or read to its end (a directory cannot) or memory is short. */
 cfl *cfl_read(const char *path);
 
+/* Reads size bytes of text as cfl_read reads those of a file; they are copied. */
+cfl *cfl_read_text(const char *text, size_t size);
+
 /* Writes the file to stream and flushes it; what was not changed is written as it was read, and
  * the last line ends with LF. Returns 0, or -1 when the stream reports an error or memory ran
  * short in an earlier change of the file. */

@@ -247,6 +247,24 @@ TEST(cfl_read, keeps_the_lines_around_nul_bytes)
 	EXPECT_EQ(text_of(store.file), std::string(left, sizeof(left) - 1));
 }
 
+/* In memory of exactly its size, so that a sanitizer sees one byte too far. */
+TEST(cfl_read_text, reads_every_prefix_as_a_file_of_it_is_read)
+{
+	const std::string text = "#c\n[a]\nK=1\r\nL=x\\ny\n[b]\n;\nM=\n[a]\nN=2";
+	for (size_t size = 0; size <= text.size(); size++) {
+		opened from_file(text.substr(0, size));
+		char *exact = static_cast<char *>(malloc(size + (size == 0)));
+		memcpy(exact, text.data(), size);
+		cfl *from_text = cfl_read_text(exact, size);
+		free(exact);
+		EXPECT_EQ(text_of(from_text), text_of(from_file.file));
+		for (const char *section : { "a", "b" })
+			EXPECT_EQ(cfl_section_get_values_count(from_text, section),
+				  cfl_section_get_values_count(from_file.file, section));
+		cfl_free(from_text);
+	}
+}
+
 TEST(cfl_read, finds_each_of_a_thousand_sections)
 {
 	std::string text;
@@ -313,6 +331,7 @@ TEST(cfl_write, fails_when_the_stream_does)
 
 TEST(cfl, takes_null_for_every_pointer)
 {
+	EXPECT_EQ(cfl_read_text(nullptr, 1), nullptr);
 	const std::string text = "[A]\nK=V\n";
 	opened store(text);
 	cfl *file = store.file;
