@@ -70,16 +70,17 @@ const kept_file *find_kept_file(const kept_files *set, const char *name)
 	return found ? &set->files[i] : nullptr;
 }
 
-/* Makes room for one more, twice the room at each power of two. */
 static bool reserve_place(kept_files *set)
 {
-	if ((set->count & (set->count - 1)) != 0)
+	if (set->count < set->room)
 		return true;
-	size_t room = set->count ? 2 * set->count : 1;
+	size_t room = set->room ? 2 * set->room : 8;
 	void *grown = realloc(set->files, room * sizeof(kept_file));
-	if (grown)
-		set->files = static_cast<kept_file *>(grown);
-	return grown;
+	if (!grown)
+		return false;
+	set->files = static_cast<kept_file *>(grown);
+	set->room = room;
+	return true;
 }
 
 kept_file *add_place(kept_files *set, const char *name)
@@ -93,6 +94,17 @@ kept_file *add_place(kept_files *set, const char *name)
 	*place = {};
 	snprintf(place->name, sizeof(place->name), "%s", name);
 	return place;
+}
+
+void drop_kept_file(kept_files *set, const char *name)
+{
+	size_t i = find_index(set, name);
+	if (i == set->count || strcmp(set->files[i].name, name) != 0)
+		return;
+	kept_file *gone = &set->files[i];
+	free_kept_file(gone);
+	set->count--;
+	memmove(gone, gone + 1, (set->count - i) * sizeof(kept_file));
 }
 
 void free_kept_file(kept_file *it)

@@ -28,12 +28,12 @@ struct kept_file {
 
 struct kept_files {
 	kept_file *files; // in the order of their names
-	size_t count;
+	size_t count, room;
 	char *note; // a line of text about them, null for none
 };
 
 /* The files of no name. */
-const kept_files NO_FILES = { nullptr, 0, nullptr };
+const kept_files NO_FILES = { nullptr, 0, 0, nullptr };
 
 /* Whether a file may be called so: one of the stores, or "desc/ID.KIND" of a kind that has
  * descriptions. Such a name leads nowhere but into the two folders. */
@@ -49,6 +49,9 @@ bool add_kept_file(kept_files *set, const char *name);
 
 /* Adds an empty place for the file of that name; null when memory is short. */
 kept_file *add_place(kept_files *set, const char *name);
+
+/* Takes the file of that name out, where the set has it. */
+void drop_kept_file(kept_files *set, const char *name);
 
 /* Adds each description file that there is. False as above. */
 bool add_descriptions(kept_files *set);

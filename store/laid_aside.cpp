@@ -33,6 +33,12 @@ static char *make_entry(const kept_files *files, size_t *size)
 	return nullptr;
 }
 
+bool replace_open_change(const char *bytes, size_t size)
+{
+	const file_access access = { 0600, geteuid(), getegid() };
+	return replace_whole(OPEN_CHANGE, bytes, size, &access);
+}
+
 bool open_change(const kept_files *files)
 {
 	if (is_change_open()) {
@@ -43,8 +49,7 @@ bool open_change(const kept_files *files)
 	char *entry = make_entry(files, &size);
 	if (!entry)
 		return false;
-	const file_access access = { 0600, geteuid(), getegid() };
-	bool opened = replace_whole(OPEN_CHANGE, entry, size, &access);
+	bool opened = replace_open_change(entry, size);
 	int reason = errno;
 	free(entry);
 	errno = reason;
@@ -66,12 +71,17 @@ bool read_open_change(kept_files *files)
 
 /* --- putting back --- */
 
+bool drop_open_change(void)
+{
+	return remove_whole(OPEN_CHANGE);
+}
+
 bool put_back_change(void)
 {
 	kept_files files;
 	if (!read_open_change(&files))
 		return false;
-	bool put = put_files(&files) && remove_whole(OPEN_CHANGE);
+	bool put = put_files(&files) && drop_open_change();
 	int reason = errno;
 	free_kept_files(&files);
 	errno = reason;

@@ -30,9 +30,15 @@ recovery recover_change(void);
  * where one is. */
 bool open_change(const kept_files *files);
 
+/* Replaces the open change's file by these bytes, as a whole. False with errno set. */
+bool replace_open_change(const char *bytes, size_t size);
+
 /* What the open change laid aside. Returns false, with errno set and nothing to free, when none is
  * open (ENOENT) or its file is damaged (EBADMSG). */
 bool read_open_change(kept_files *files);
+
+/* Closes the open change as if it had not been begun. False with errno set: it is still open. */
+bool drop_open_change(void);
 
 /* Puts the files of the open change back and closes it. Returns false, with errno set, when that
  * cannot be: the change is then still open. */

@@ -484,7 +484,7 @@ cfl *cfl_read(const char *path)
 	int fd = path ? open(path, O_RDONLY | O_CLOEXEC) : -1;
 	if (fd < 0)
 		return nullptr;
-	size_t size;
+	size_t size = 0;
 	char *text = read_all(fd, &size);
 	close(fd);
 	return make_file(text, size);

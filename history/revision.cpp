@@ -1,0 +1,78 @@
+/* Fingerprints of what a form shows, and of all stores. */
+#include <errno.h>
+
+#include <cfl.h>
+
+#include "differences.h"
+#include "section.h"
+
+static uint64_t add_section(uint64_t print, const section *it)
+{
+	for (size_t i = 0; i < it->count; i++)
+		print = add_text(add_text(print, it->values[i].key), it->values[i].text);
+	return print;
+}
+
+/* A missing description is another than an empty one. */
+static uint64_t add_file(uint64_t print, const kept_file *it)
+{
+	print = add_text(print, it->state == PRESENT ? "+" : "-");
+	return it->state == PRESENT ? add_bytes(print, it->bytes, it->size + 1) : print;
+}
+
+static bool add_description(uint64_t *print, object_kind kind, const char *id)
+{
+	char name[FILE_NAME_SIZE];
+	kept_file description;
+	if (!make_description_name(name, kind, id))
+		return true;
+	if (!read_kept_file(&description, name))
+		return false;
+	*print = add_file(*print, &description);
+	free_kept_file(&description);
+	return true;
+}
+
+static bool add_object(uint64_t *print, cfl *store, const char *id)
+{
+	errno = ENOENT;
+	if (cfl_section_get_values_count(store, id) == 0)
+		return false;
+	section values;
+	errno = ENOMEM;
+	if (!read_section(&values, store, id))
+		return false;
+	*print = add_section(*print, &values);
+	free_section(&values);
+	return true;
+}
+
+bool get_revision(object_kind kind, const char *id, char revision[REVISION_SIZE])
+{
+	uint64_t print = FINGERPRINT_START;
+	cfl *store = cfl_read(KINDS[kind].store);
+	if (!store)
+		return false;
+	bool added = add_object(&print, store, id) && add_description(&print, kind, id);
+	int reason = errno;
+	cfl_free(store);
+	errno = reason;
+	if (added)
+		write_fingerprint(revision, print);
+	return added;
+}
+
+bool get_stores_revision(char revision[REVISION_SIZE])
+{
+	kept_files all;
+	if (!read_all_files(&all))
+		return false;
+	uint64_t print = FINGERPRINT_START;
+	for (size_t i = 0; i < all.count; i++) {
+		print = add_text(print, all.files[i].name);
+		print = add_file(print, &all.files[i]);
+	}
+	free_kept_files(&all);
+	write_fingerprint(revision, print);
+	return true;
+}
