@@ -3,14 +3,14 @@
 #ifndef CGI_CHECK_H
 #define CGI_CHECK_H
 
-#include <stddef.h>
+#include "../store/kinds.h"
+#include "../store/rules.h"
 
-const size_t SENTENCE_SIZE = 400; // bytes for a sentence to the user
-
-/* Checks every value of every field that has a rule; fields without one are not read by any
- * handler. Returns true when all are well formed; else false, and sentence (SENTENCE_SIZE bytes)
- * names the first field that is not, what is wrong with it and what is allowed. */
-bool check_fields(char *sentence);
+/* Checks every value of every field that the kind's forms have, and how many values its lists
+ * have; no handler reads other fields. Returns true when all is well; else false, and sentence
+ * (SENTENCE_SIZE bytes) names the first field that is not, what is wrong with it and what is
+ * allowed. */
+bool check_fields(object_kind kind, char *sentence);
 
 /* Whether a post comes from a page of this router: false when the request names another host
  * (HTTP_HOST) as the place it comes from (HTTP_ORIGIN, HTTP_REFERER). A request that names no

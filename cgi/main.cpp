@@ -199,7 +199,7 @@ static int answer(bool is_post)
 		return refuse("405 Method Not Allowed",
 			      is_post ? "A page is asked for with GET."
 				      : "A change is asked for with POST.");
-	if (!check_fields(sentence))
+	if (!check_fields(kind, sentence))
 		return refuse_request(sentence);
 
 	char *id = cgi_param("id");

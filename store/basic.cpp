@@ -1,7 +1,6 @@
 /* Basic records: the nodes of a strict-priority policy, loaded into a class record. */
 #include <cfl.h>
 
-#include "list_keys.h"
 #include "lookup.h"
 #include "message.h"
 #include "paths.h"
@@ -10,11 +9,7 @@
 
 bool read_basic(cfl *store, class_rec *rec, const char *id)
 {
-	rec->low = copy_value(store, id, "LOW");
-	rec->middle = copy_value(store, id, "MIDDLE");
-	rec->high = copy_value(store, id, "HIGH");
-	copy_filters(store, id, rec);
-	return has_section(store, id);
+	return read_fields(store, BASIC, rec, id);
 }
 
 /* Who follows a run by its traces looks for two a band. */
@@ -43,7 +38,7 @@ void get_basic_by_id(class_rec *rec, char *id)
 	}
 	read_basic(store, rec, id);
 	trace_bands();
-	warn_left_out(store, id, FILTER_ID_KEY, LOADED_FILTERS_MAX);
+	warn_left_out(store, BASIC, id);
 	TRACE("get_basic_by_id");
 	cfl_free(store);
 }

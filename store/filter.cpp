@@ -3,7 +3,6 @@
 
 #include <cfl.h>
 
-#include "filter_fields.h"
 #include "lookup.h"
 #include "message.h"
 #include "paths.h"
@@ -11,9 +10,7 @@
 
 bool read_filter(cfl *store, filter_rec *rec, const char *id)
 {
-	for (const filter_field &row : FILTER_FIELDS)
-		rec->*row.field = copy_value(store, id, row.key);
-	return has_section(store, id);
+	return read_fields(store, FILTER, rec, id);
 }
 
 /* The id on standard output is a developers' line, as the traces are: it says which filter was read,

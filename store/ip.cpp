@@ -1,8 +1,6 @@
 /* Address lists. */
 #include <cfl.h>
 
-#include "description.h"
-#include "list_keys.h"
 #include "lookup.h"
 #include "message.h"
 #include "paths.h"
@@ -10,9 +8,7 @@
 
 bool read_ip(cfl *store, ip_rec *rec, const char *id)
 {
-	rec->desc = read_desc(id, "ip");
-	copy_list(store, id, IP_LIST_KEY, rec->ip_list, LIST_ENTRIES_MAX);
-	return has_section(store, id);
+	return read_fields(store, IP, rec, id);
 }
 
 void get_ip_by_id(ip_rec *rec, char *id)
@@ -26,6 +22,6 @@ void get_ip_by_id(ip_rec *rec, char *id)
 	if (!store)
 		return;
 	read_ip(store, rec, id);
-	warn_left_out(store, id, IP_LIST_KEY, LIST_ENTRIES_MAX);
+	warn_left_out(store, IP, id);
 	cfl_free(store);
 }

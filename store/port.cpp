@@ -1,8 +1,6 @@
 /* Port lists. */
 #include <cfl.h>
 
-#include "description.h"
-#include "list_keys.h"
 #include "lookup.h"
 #include "message.h"
 #include "paths.h"
@@ -10,9 +8,7 @@
 
 bool read_port(cfl *store, port_rec *rec, const char *id)
 {
-	rec->desc = read_desc(id, "port");
-	copy_list(store, id, PORT_LIST_KEY, rec->port_list, LIST_ENTRIES_MAX);
-	return has_section(store, id);
+	return read_fields(store, PORT, rec, id);
 }
 
 void get_port_by_id(port_rec *rec, char *id)
@@ -26,6 +22,6 @@ void get_port_by_id(port_rec *rec, char *id)
 		return;
 	rec->id = id;
 	read_port(store, rec, id);
-	warn_left_out(store, id, PORT_LIST_KEY, LIST_ENTRIES_MAX);
+	warn_left_out(store, PORT, id);
 	cfl_free(store);
 }

@@ -8,11 +8,14 @@
 
 #include "text.h"
 
+/* Greatest numbers of values. The null that ends a list is not counted: a list that is loaded has
+ * one, and one that a form filled to its end has none. */
 const int BANDS_MAX = 3;          // of a policy
-const int FILTERS_MAX = 64;       // of a class form, and of either half of a loaded list
+const int FILTERS_MAX = 64;       // of either list of a class form
 const int LOADED_FILTERS_MAX = 2 * FILTERS_MAX - 1; // of a loaded class or band
 const int DAYS = 7;               // Sunday is 0
-const int SLOTS_MAX = 4;          // room of a schedule list, its ending null included
+const int SLOTS_MAX = 4;          // of a class form's schedule
+const int LOADED_SLOTS_MAX = SLOTS_MAX - 1; // of a loaded class; the page shows as many
 const int LIST_ENTRIES_MAX = 17;  // of a port or address list
 
 struct policy_rec {

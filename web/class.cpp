@@ -5,13 +5,9 @@
 #include <cfl.h>
 #include <cgi.h>
 
-#include "../store/class_fields.h"
 #include "../store/paths.h"
 #include "page.h"
-#include "save.h"
 #include "web.h"
-
-static const int SLOTS_SHOWN = 3; // of a schedule
 
 static const char *const DAY_NAMES[] = { "Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat" };
 static_assert(sizeof(DAY_NAMES) / sizeof(DAY_NAMES[0]) == DAYS, "a name a day");
@@ -368,7 +364,7 @@ int class_display(char *id, int mode)
 	print_leaf_table(&rec);
 	print_leaf_script(&rec);
 	puts("</table>");
-	for (int slot = 0; slot < SLOTS_SHOWN; slot++)
+	for (int slot = 0; slot < LOADED_SLOTS_MAX; slot++)
 		print_schedule_table(&rec, slot);
 	puts("</form>");
 	cgi_include(HTML_DIR "class_center.html");
@@ -378,29 +374,4 @@ int class_display(char *id, int mode)
 		print_edit_buttons();
 	cgi_include(HTML_DIR "class_footer.html");
 	return 1;
-}
-
-static void read_days(class_rec *rec)
-{
-	for (int day = 0; day < DAYS; day++) {
-		char field[8];
-		snprintf(field, sizeof(field), "dow[%d]", day);
-		read_list(field, rec->dow[day], SLOTS_MAX);
-	}
-}
-
-/* A box that is not checked posts nothing, so the days and switches of the slots behind it move
- * up; inputs and selects always post, so theirs stay in their slots. */
-void get_class_param(class_rec *rec)
-{
-	rec->id = cgi_param("id");
-	for (const class_field &row : CLASS_FIELDS)
-		rec->*row.field = cgi_param(row.form);
-	read_list("filter_id", rec->filter_id, FILTERS_MAX);
-	read_list("unuse_filter_id", rec->unuse_filter_id, FILTERS_MAX);
-	for (const class_field &row : CLASS_LEAF_FIELDS)
-		rec->*row.field = cgi_param(row.form);
-	for (const class_slot_list &row : CLASS_SLOT_LISTS)
-		read_list(row.form, get_slot_list(rec, &row), SLOTS_MAX);
-	read_days(rec);
 }

@@ -5,17 +5,20 @@
 
 #include <cfl.h>
 
-#include "../store/class_fields.h"
+#include "../store/fields.h"
 #include "../store/message.h"
 #include "../store/paths.h"
 #include "../store/save.h"
+#include "form.h"
 #include "save.h"
 #include "web.h"
 
-static_assert((sizeof(CLASS_FIELDS) + sizeof(CLASS_LEAF_FIELDS)) / sizeof(class_field) +
-		      FILTERS_MAX + (sizeof(CLASS_SLOT_LISTS) / sizeof(class_slot_list) + DAYS) *
-		      SLOTS_MAX == OBJECT_VALUES_MAX,
-	      "room for all values of a class");
+/* A box that is not checked posts nothing, so the days and switches of the slots behind it move
+ * up; inputs and selects always post, so theirs stay in their slots. */
+void get_class_param(class_rec *rec)
+{
+	read_form(CLASS, rec);
+}
 
 /* Slots that are switched on: a schedule ends behind them, whatever else was posted. */
 static int count_slots(const class_rec *form)
@@ -26,28 +29,26 @@ static int count_slots(const class_rec *form)
 	return slots;
 }
 
-static void add_days(object *to, const class_rec *form, int slots)
+static void add_days(object *to, class_rec *form, int slot)
 {
-	for (int slot = 0; slot < slots; slot++) {
-		for (int day = 0; day < DAYS; day++) {
-			char key[OBJECT_KEY_SIZE];
-			snprintf(key, sizeof(key), DOW_KEY, day, slot);
-			add_value(to, key, form->dow[day][slot]);
-		}
+	for (const field &row : CLASS_FIELDS) {
+		if (row.role != DAY)
+			continue;
+		char key[OBJECT_KEY_SIZE];
+		snprintf(key, sizeof(key), row.key, slot);
+		add_value(to, key, get_member(form, &row)[slot]);
 	}
 }
 
-static void add_class(object *to, class_rec *form)
+static void add_schedule(object *to, class_rec *form)
 {
-	for (const class_field &row : CLASS_FIELDS)
-		add_value(to, row.key, form->*row.field);
-	for (const class_field &row : CLASS_LEAF_FIELDS)
-		add_value(to, row.key, form->*row.field);
-	add_list(to, FILTER_ID_KEY, form->filter_id, FILTERS_MAX);
 	int slots = count_slots(form);
-	for (const class_slot_list &row : CLASS_SLOT_LISTS)
-		add_list(to, row.key, get_slot_list(form, &row), slots);
-	add_days(to, form, slots);
+	for (const field &row : CLASS_FIELDS) {
+		if (row.role == SLOTS)
+			add_list(to, row.key, get_member(form, &row), slots);
+	}
+	for (int slot = 0; slot < slots; slot++)
+		add_days(to, form, slot);
 }
 
 /* Marks the filters of a list; one that is not in the store stays out of it. */
@@ -64,7 +65,8 @@ static void mark_filters(cfl *filters, char *const *ids, const char *mark)
 static int store_class(cfl *classes, cfl *filters, class_rec *form, save_mode mode)
 {
 	object stored = { CLASS, form->id, nullptr, 0, {} };
-	add_class(&stored, form);
+	add_fields(&stored, form);
+	add_schedule(&stored, form);
 	if (!insert_object(classes, &stored, mode))
 		return 0;
 	mark_filters(filters, form->filter_id, "use");

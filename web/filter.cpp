@@ -4,10 +4,10 @@
 
 #include <cgi.h>
 
-#include "../store/filter_fields.h"
 #include "../store/message.h"
 #include "../store/paths.h"
 #include "../store/reference.h"
+#include "form.h"
 #include "page.h"
 #include "save.h"
 #include "web.h"
@@ -169,20 +169,15 @@ int filter_display(char *id, int mode)
 
 void get_filter_param(filter_rec *rec)
 {
-	rec->id = cgi_param("id");
-	for (const filter_field &row : FILTER_FIELDS) {
-		if (row.form)
-			rec->*row.field = cgi_param(row.form);
-	}
+	read_form(FILTER, rec);
 	rec->net_proto = copy_text("IP");
 	rec->use = nullptr;
 }
 
-static int store_filter(const filter_rec *form, save_mode mode)
+static int store_filter(filter_rec *form, save_mode mode)
 {
 	object filter = { FILTER, form->id, nullptr, 0, {} };
-	for (const filter_field &row : FILTER_FIELDS)
-		add_value(&filter, row.key, form->*row.field);
+	add_fields(&filter, form);
 	return save_object(&filter, mode);
 }
 

@@ -3,7 +3,7 @@
 
 #include <cgi.h>
 
-#include "../store/list_keys.h"
+#include "form.h"
 #include "page.h"
 #include "save.h"
 #include "web.h"
@@ -116,9 +116,7 @@ int ip_display(char *id, int mode)
 
 void get_ip_param(ip_rec *rec)
 {
-	rec->id = cgi_param("id");
-	rec->desc = cgi_param("desc");
-	read_list("ip_list", rec->ip_list, LIST_ENTRIES_MAX);
+	read_form(IP, rec);
 }
 
 static int store_ip(save_mode mode)
@@ -126,7 +124,7 @@ static int store_ip(save_mode mode)
 	ip_rec form = {};
 	get_ip_param(&form);
 	object ip = { IP, form.id, form.desc, 0, {} };
-	add_list(&ip, IP_LIST_KEY, form.ip_list, LIST_ENTRIES_MAX);
+	add_fields(&ip, &form);
 	return save_list(&ip, mode);
 }
 

@@ -4,7 +4,7 @@
 #include <cgi.h>
 
 #include "../store/message.h"
-#include "../store/policy_fields.h"
+#include "form.h"
 #include "page.h"
 #include "save.h"
 #include "web.h"
@@ -171,10 +171,7 @@ int policy_display(char *id, int mode)
 
 void get_policy_param(policy_rec *rec)
 {
-	rec->id = cgi_param("id");
-	rec->desc = cgi_param("desc");
-	for (const policy_field &row : POLICY_FIELDS)
-		rec->*row.field = cgi_param(row.form);
+	read_form(POLICY, rec);
 }
 
 static int store_policy(save_mode mode)
@@ -186,8 +183,7 @@ static int store_policy(save_mode mode)
 		return 0;
 	}
 	object policy = { POLICY, form.id, form.desc, 0, {} };
-	for (const policy_field &row : POLICY_FIELDS)
-		add_value(&policy, row.key, form.*row.field);
+	add_fields(&policy, &form);
 	return save_object(&policy, mode);
 }
 

@@ -3,7 +3,7 @@
 
 #include <cgi.h>
 
-#include "../store/list_keys.h"
+#include "form.h"
 #include "page.h"
 #include "save.h"
 #include "web.h"
@@ -125,9 +125,7 @@ int port_display(char *id, int mode)
 
 void get_port_param(port_rec *rec)
 {
-	rec->id = cgi_param("id");
-	rec->desc = cgi_param("desc");
-	read_list("port_list", rec->port_list, LIST_ENTRIES_MAX);
+	read_form(PORT, rec);
 }
 
 static int store_port(save_mode mode)
@@ -135,7 +133,7 @@ static int store_port(save_mode mode)
 	port_rec form = {};
 	get_port_param(&form);
 	object port = { PORT, form.id, form.desc, 0, {} };
-	add_list(&port, PORT_LIST_KEY, form.port_list, LIST_ENTRIES_MAX);
+	add_fields(&port, &form);
 	return save_list(&port, mode);
 }
 

@@ -1,9 +1,8 @@
 /* The way of an object from its form to its store. */
 #include "save.h"
 
+#include <assert.h>
 #include <stdio.h>
-
-#include <cgi.h>
 
 #include "../store/description.h"
 #include "../store/lookup.h"
@@ -13,21 +12,14 @@
 
 static const int SECTION_EXISTS = -2; // of cfl_section_insert; whatever else it returns is well
 
-void read_list(const char *field, char **list, int max)
-{
-	for (int n = 0; n < max; n++) {
-		list[n] = cgi_param_multiple(field);
-		if (!list[n])
-			return;
-	}
-}
-
 void add_value(object *to, const char *key, const char *value)
 {
-	if (!value || to->count >= OBJECT_VALUES_MAX)
+	if (!value)
 		return;
+	assert(to->count < OBJECT_VALUES_MAX);
 	auto *added = &to->values[to->count++];
-	snprintf(added->key, sizeof(added->key), "%s", key);
+	[[maybe_unused]] int length = snprintf(added->key, sizeof(added->key), "%s", key);
+	assert(fits(length, sizeof(added->key)));
 	added->value = value;
 }
 
@@ -37,6 +29,27 @@ void add_list(object *to, const char *format, char *const *list, int max)
 		char key[OBJECT_KEY_SIZE];
 		snprintf(key, sizeof(key), format, n);
 		add_value(to, key, list[n]);
+	}
+}
+
+void add_fields(object *to, void *rec)
+{
+	for (const field &row : FIELDS[to->kind]) {
+		char **from = get_member(rec, &row);
+		switch (row.role) {
+		case VALUE:
+		case LEAF_VALUE:
+			add_value(to, row.key, *from);
+			break;
+		case ENTRIES:
+		case FILTERS:
+			if (row.key)
+				add_list(to, row.key, from, row.most);
+			break;
+		case IDENTITY: case DESCRIPTION: case KEPT_VALUE: // no keys that a form fills
+		case SLOTS: case DAY: // as many as are switched on
+			break;
+		}
 	}
 }
 

@@ -7,17 +7,30 @@
 
 #include <cfl.h>
 
-#include "../store/kinds.h"
-#include "../store/records.h"
+#include "../store/fields.h"
 
 /* A save refuses an id that is taken; an update builds the object anew from its form alone. */
 enum save_mode { SAVE, UPDATE };
 
 const size_t OBJECT_KEY_SIZE = 32; // bytes for the longest key, "TIME_CBURST_UNIT[%d]"
 
-/* Room for the largest object, a class: its single fields, its filters, and for each schedule
- * slot the eleven lists and the days. */
-const int OBJECT_VALUES_MAX = 15 + FILTERS_MAX + (11 + DAYS) * SLOTS_MAX;
+constexpr int count_values(const field_table &table)
+{
+	int count = 0;
+	for (const field &row : table)
+		count += row.key ? get_room(&row) : 0;
+	return count;
+}
+
+constexpr int find_most_values()
+{
+	int most = 0;
+	for (const field_table &table : FIELDS)
+		most = count_values(table) > most ? count_values(table) : most;
+	return most;
+}
+
+const int OBJECT_VALUES_MAX = find_most_values(); // of an object of any kind
 
 /* An object as it will stand in its store. */
 struct object {
@@ -31,16 +44,15 @@ struct object {
 	} values[OBJECT_VALUES_MAX]; // in the order of the store
 };
 
-/* Reads the values of a repeated field to list, and a null behind them if there is room: list has
- * room for max strings. */
-void read_list(const char *field, char **list, int max);
-
 /* Adds a value to an object. A null value is none and adds nothing. */
 void add_value(object *to, const char *key, const char *value);
 
 /* Adds the values of a list up to its first null, at most max. format makes a key of an index by
  * its one %d. */
 void add_list(object *to, const char *format, char *const *list, int max);
+
+/* Adds all values of the record of the object's kind that a form fills, but for a schedule. */
+void add_fields(object *to, void *rec);
 
 /* Inserts an object into its store, and writes its description. Returns false, and tells the
  * user, when the mode is SAVE and the id is taken. */

@@ -3,22 +3,34 @@
 
 #include <cgi.h>
 
+#include "../../store/fields.h"
 #include "../support/request.h"
 
-/* The sentence about a request, empty when all its fields are well formed. */
-static std::string sentence_on(const std::string &query)
+/* The sentence about a request for a kind, empty when all its fields are well formed. */
+static std::string sentence_on(object_kind kind, const std::string &query)
 {
-	return answer_to(get(query), [] {
+	return answer_to(get(query), [kind] {
 		char sentence[SENTENCE_SIZE];
-		if (!check_fields(sentence))
+		if (!check_fields(kind, sentence))
 			printf("%s", sentence);
 		return 0;
 	}).out;
 }
 
+/* The first kind whose forms have the field. */
+static object_kind kind_of(const std::string &name)
+{
+	for (int kind = 0; kind < KINDS_COUNT; kind++) {
+		if (find_form_field(static_cast<object_kind>(kind), name.c_str()))
+			return static_cast<object_kind>(kind);
+	}
+	ADD_FAILURE() << "no form has the field " << name;
+	return POLICY;
+}
+
 static bool takes(const std::string &field, const std::string &value)
 {
-	return sentence_on(encoded(field) + "=" + encoded(value)).empty();
+	return sentence_on(kind_of(field), encoded(field) + "=" + encoded(value)).empty();
 }
 
 static const std::string LONGEST_ID(32, 'i');
@@ -198,11 +210,12 @@ TEST(check_fields, takes_only_plain_characters_in_an_id)
 
 TEST(check_fields, looks_at_every_value_of_a_field)
 {
-	EXPECT_EQ(sentence_on("filter_id=a&filter_id=b&filter_id=c"), "");
-	EXPECT_NE(sentence_on("filter_id=a&filter_id=b&filter_id=.."), "");
-	EXPECT_NE(sentence_on("id=a&id=b'"), "");
-	EXPECT_EQ(sentence_on("num=x&mask=<&icon=&other=%0a"), ""); // no handler reads them
-	EXPECT_EQ(sentence_on(""), "");
+	EXPECT_EQ(sentence_on(CLASS, "filter_id=a&filter_id=b&filter_id=c"), "");
+	EXPECT_NE(sentence_on(CLASS, "filter_id=a&filter_id=b&filter_id=.."), "");
+	EXPECT_NE(sentence_on(CLASS, "id=a&id=b'"), "");
+	EXPECT_EQ(sentence_on(PORT, "num=x&mask=<&icon=&other=%0a"), ""); // no handler reads them
+	EXPECT_EQ(sentence_on(PORT, "rate=x&ip_list=x"), ""); // of other kinds
+	EXPECT_EQ(sentence_on(CLASS, ""), "");
 }
 
 /* The handlers read the values anew after the check. */
@@ -210,7 +223,7 @@ TEST(check_fields, leaves_the_values_to_be_read)
 {
 	answer got = answer_to(get("port_list=1&port_list=2"), [] {
 		char sentence[SENTENCE_SIZE];
-		printf("%d", check_fields(sentence));
+		printf("%d", check_fields(PORT, sentence));
 		while (const char *value = cgi_param_multiple("port_list"))
 			printf(" %s", value);
 		return 0;
@@ -252,7 +265,52 @@ static const struct {
 TEST(check_fields, says_which_field_is_wrong_and_what_is_allowed)
 {
 	for (const auto &row : SENTENCES)
-		EXPECT_EQ(sentence_on(row.query), row.sentence);
+		EXPECT_EQ(sentence_on(kind_of(std::string(row.query).substr(
+					      0, strcspn(row.query, "="))), row.query),
+			  row.sentence);
+}
+
+static const struct {
+	object_kind kind;
+	const char *field, *value;
+	int most;
+} COUNTS[] = {
+	{ PORT, "port_list", "80", 17 },
+	{ IP, "ip_list", "10.0.0.1", 17 },
+	{ CLASS, "filter_id", "f", 64 },
+	{ CLASS, "unuse_filter_id", "f", 64 },
+	{ CLASS, "time_enable", "enable", 3 },
+	{ CLASS, "start_hour", "01", 3 },
+	{ CLASS, "time_cburst_unit", "KB", 3 },
+	{ CLASS, "dow[6]", "6", 3 },
+	{ BASIC, "filter_id", "f", 64 },
+};
+
+static std::string repeated(const char *field, const char *value, int count)
+{
+	std::string query;
+	for (int n = 0; n < count; n++)
+		query += encoded(field) + "=" + value + "&";
+	return query;
+}
+
+TEST(check_fields, refuses_more_values_than_the_record_of_a_form_holds)
+{
+	for (const auto &row : COUNTS) {
+		EXPECT_EQ(sentence_on(row.kind, repeated(row.field, row.value, row.most)), "");
+		for (int count : { row.most + 1, row.most + 100 }) {
+			EXPECT_EQ(sentence_on(row.kind, repeated(row.field, row.value, count)),
+				  "The field " + std::string(row.field) + " has " +
+					  std::to_string(count) + " values: allowed are at most " +
+					  std::to_string(row.most) + ".");
+		}
+	}
+}
+
+/* The first of them counts. */
+TEST(check_fields, does_not_count_single_fields)
+{
+	EXPECT_EQ(sentence_on(CLASS, "id=a&id=b&rate=1&rate=2&rate=3"), "");
 }
 
 static const char HERE[] = "192.168.1.1:8080";
