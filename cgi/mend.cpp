@@ -1,0 +1,164 @@
+/* What the store needs and no form writes. */
+#include "mend.h"
+
+#include <string.h>
+
+#include <cgi.h>
+
+#include "edit.h"
+#include "posted.h"
+#include "schedule.h"
+
+static const char DEFAULT_DISCIPLINE[] = "htb";
+
+/* --- without the page script's word --- */
+
+static bool stays_in_policy(const char *key)
+{
+	return strcmp(key, "QDISC") == 0 || strcmp(key, "BANDWIDTH") == 0 ||
+	       strcmp(key, "BANDWIDTH_UNIT") == 0 || strncmp(key, "BAND[", 5) == 0;
+}
+
+static bool stays_in_filter(const char *key)
+{
+	return strcmp(key, "NAT") == 0;
+}
+
+static bool stays_nowhere(const char *)
+{
+	return false;
+}
+
+static bool (*get_staying(object_kind kind))(const char *)
+{
+	switch (kind) {
+	case POLICY: return stays_in_policy;
+	case FILTER: return stays_in_filter;
+	case CLASS: case PORT: case IP: case BASIC: return stays_nowhere;
+	}
+	return stays_nowhere;
+}
+
+/* --- with it --- */
+
+/* A leaf's parameters are inputs only while their leaf is chosen: one that is not posted with
+ * another leaf goes. The bandwidth stands on no page. */
+static bool is_dropped(const field *row)
+{
+	if (row->role == LEAF_VALUE && is_changed("leaf"))
+		return true;
+	return is_changed(row->form) && strncmp(row->form, "bandwidth", 9) != 0;
+}
+
+/* Whether what was posted takes the place of the key's value, or becomes one. */
+static bool takes_value(const edit *of, const char *form, const char *key, const char *posted)
+{
+	if (!of->existed)
+		return *posted;
+	return is_changed(form) && (get_value(of, key) || strcmp(posted, get_preset(form)) != 0);
+}
+
+/* The unit of a number goes with it: no number, no unit. */
+static void mend_unit(const edit *of, const field *row, bool number_taken)
+{
+	char unit_form[UNIT_NAME_SIZE], unit_key[UNIT_NAME_SIZE];
+	make_unit_form(unit_form, row->form);
+	make_unit_key(unit_key, row->key);
+	const char *number = get_value(of, row->key);
+	const char *posted = cgi_param(unit_form);
+	if (!number || !find_form_field(of->kind, unit_form))
+		return;
+	if (!*number && is_any_changed())
+		remove_value(of, unit_key);
+	else if (*number && posted &&
+		 (number_taken || takes_value(of, unit_form, unit_key, posted)))
+		set_value(of, unit_key, posted);
+}
+
+static void mend_single(const edit *of, const field *row)
+{
+	const char *posted = cgi_param(row->form);
+	bool taken = posted && takes_value(of, row->form, row->key, posted);
+	if (taken)
+		set_value(of, row->key, posted);
+	else if (!posted && is_dropped(row))
+		remove_value(of, row->key);
+	mend_unit(of, row, taken);
+}
+
+/* No form has the network protocol of a filter, or its mark: a new one gets what the handler
+ * wrote. */
+static void mend_unposted(const edit *of, const field *row, cfl *after)
+{
+	int scratch;
+	const char *written = cfl_value_get_by_name(after, of->id, row->key, &scratch);
+	if (!of->existed && written)
+		set_value(of, row->key, written);
+}
+
+static void mend_list(const edit *of, const field *row)
+{
+	if (!row->key || (of->existed && !is_changed(row->form)))
+		return;
+	const char *values[FILTERS_MAX];
+	int count = 0;
+	while (const char *value = cgi_param_multiple(row->form)) {
+		if (count < FILTERS_MAX)
+			values[count++] = value;
+	}
+	set_list(of, row, values, count);
+}
+
+static void mend_field(const edit *of, const field *row, cfl *after)
+{
+	switch (row->role) {
+	case VALUE: case LEAF_VALUE:
+		if (!row->form)
+			mend_unposted(of, row, after);
+		else if (!is_unit(row)) // goes with its number
+			mend_single(of, row);
+		break;
+	case ENTRIES: case FILTERS:
+		if (row->form)
+			mend_list(of, row);
+		break;
+	case IDENTITY: case DESCRIPTION: // stand elsewhere
+	case KEPT_VALUE: // a policy's discipline
+	case SLOTS: case DAY: // the schedule tables
+		break;
+	}
+}
+
+/* --- both --- */
+
+/* Without a discipline a policy ends every compile at itself. */
+static void mend_discipline(const edit *of)
+{
+	const char *stored = get_value(of, "QDISC");
+	const char *posted = cgi_param("qdisc");
+	bool unchanged = stored && is_posted("changed") && !is_changed("qdisc");
+	if (posted && !unchanged)
+		set_value(of, "QDISC", posted);
+	else if (!stored)
+		set_value(of, "QDISC", DEFAULT_DISCIPLINE);
+}
+
+void mend_object(object_kind kind, const char *id, cfl *store, cfl *after)
+{
+	edit of = { kind, store, id, cfl_section_insert(store, id) != 0 };
+	tables them = {};
+	if (kind == CLASS)
+		read_tables(&them, &of);
+	if (is_posted("changed")) {
+		for (const field &row : FIELDS[kind])
+			mend_field(&of, &row, after);
+		if (kind == CLASS)
+			mend_tables(&of, &them);
+	} else {
+		copy_object(&of, after, get_staying(kind));
+	}
+	if (kind == CLASS && is_posted(DAYS_FIELD))
+		mend_days(&of, &them);
+	if (kind == POLICY)
+		mend_discipline(&of);
+}

@@ -1,0 +1,34 @@
+/* The fields that the page script posts beside those of the form, and questions about all of them.
+ *
+ *     revision   fingerprint of the object as it was displayed
+ *     changed    a value for each field that the person changed; one empty value for none
+ *     days       a value for each schedule table that is switched on: its days, ascending digits
+ *     shared     a filter that the person took although another class or band names it */
+#ifndef CGI_POSTED_H
+#define CGI_POSTED_H
+
+#include <stddef.h>
+
+#include "../store/kinds.h"
+
+bool is_posted(const char *field);
+
+/* Whether one of the posted values of a field is this one. */
+bool is_posted_as(const char *field, const char *value);
+
+int count_posted(const char *field);
+
+/* Value n of a field from 0; null behind the last. */
+const char *get_posted(const char *field, int n);
+
+/* Whether the request says that the person changed this field of the form. */
+bool is_changed(const char *form);
+
+/* Whether it says that the person changed any. */
+bool is_any_changed(void);
+
+/* Checks these fields. Returns true when all are well formed; else false, and sentence (size bytes)
+ * says what is wrong. */
+bool check_posted(object_kind kind, char *sentence, size_t size);
+
+#endif
