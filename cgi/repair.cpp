@@ -1,0 +1,215 @@
+/* The page in the place of one that would show a value as markup or script. */
+#include "repair.h"
+
+#include <errno.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <cgi.h>
+
+#include "../history/history.h"
+#include "../store/description.h"
+#include "../store/laid_aside.h"
+#include "../store/save.h"
+#include "../store/text.h"
+#include "change.h"
+#include "edit.h"
+#include "faults.h"
+#include "frame.h"
+#include "pages.h"
+#include "posted.h"
+#include "stored.h"
+
+static const size_t STORED_SENTENCE_SIZE = 800; // bytes
+
+/* --- the page --- */
+
+static void print_hidden(const char *name, const char *value)
+{
+	printf("<input type='hidden' name='%s' value='", name);
+	print_escaped(value);
+	printf("'>");
+}
+
+static void open_post(const char *obj, const char *type, const char *action)
+{
+	printf("<form method='POST' action='main.cgi'>");
+	print_hidden("obj", obj);
+	print_hidden("type", type);
+	print_hidden("action", action);
+}
+
+/* A name cannot be mended here: it stands in other objects too. */
+static void print_fault(void *, const fault *found)
+{
+	printf("<p>");
+	print_escaped(found->key ? found->key : "The name of the object");
+	printf(": %s.", found->why);
+	if (found->key) {
+		print_hidden("key", found->key);
+		printf(" <label>Instead: <input type='text' name='value' value=''></label>");
+	}
+	printf("</p>\n");
+}
+
+static void print_mending(object_kind kind, const char *id)
+{
+	open_post("router", "repair", "mend");
+	print_hidden("kind", KINDS[kind].word);
+	print_hidden("id", id);
+	printf("\n");
+	int count = tell_faults(kind, id, print_fault, nullptr);
+	if (count > 0)
+		printf("<p>An empty input deletes the value.</p>\n"
+		       "<input type='submit' value='Mend'>");
+	printf("</form>\n");
+}
+
+static void print_values(object_kind kind, const char *id)
+{
+	cfl *store = cfl_read(KINDS[kind].store);
+	int count = cfl_section_get_values_count(store, id);
+	printf("<table>\n");
+	for (int i = 2; i <= count; i++) {
+		int scratch, more_scratch;
+		printf("<tr><td>");
+		print_escaped(text(cfl_value_get_key_by_position(store, id, i)));
+		printf("</td><td>");
+		print_escaped(text(cfl_value_get_by_position(store, id, i, &scratch,
+							      &more_scratch)));
+		printf("</td></tr>\n");
+	}
+	const char *word = KINDS[kind].desc_word;
+	const char *desc = word ? read_desc(id, word) : nullptr;
+	if (desc) {
+		printf("<tr><td>description</td><td>");
+		print_escaped(desc);
+		printf("</td></tr>\n");
+	}
+	printf("</table>\n");
+	cfl_free(store);
+}
+
+static void print_deleting(object_kind kind, const char *id)
+{
+	if (kind == POLICY)
+		return; // policies stay
+	open_post(KINDS[kind].word, "display", "delete");
+	print_hidden("id", id);
+	printf("<input type='submit' value='Delete' onclick=\"return confirm('%s')\"></form>\n",
+	       PAGES[kind].question);
+}
+
+int show_repair(object_kind kind, const char *id)
+{
+	open_page("Needs repair", nullptr);
+	printf("<p>The %s ", KINDS[kind].word);
+	print_escaped(id);
+	printf(" holds what a browser would take as part of its page. It is shown here as plain "
+	       "text.</p>\n");
+	print_values(kind, id);
+	print_mending(kind, id);
+	print_deleting(kind, id);
+	close_page();
+	return 0;
+}
+
+/* --- the change --- */
+
+/* Whether all keys have a value each, and may have it; answers the request where not. */
+static bool check_values(object_kind kind, const char *id)
+{
+	int count = count_posted("key");
+	if (count == 0 || count != count_posted("value")) {
+		refuse("400 Bad Request", "Each field key has one field value.");
+		return false;
+	}
+	for (int n = 0; n < count; n++) {
+		const char *key = get_posted("key", n);
+		bool is_desc = strcmp(key, DESC_WORD) == 0 && KINDS[kind].desc_word;
+		char sentence[STORED_SENTENCE_SIZE];
+		if (!check_stored_value(kind, id, is_desc ? nullptr : key, get_posted("value", n),
+					sentence, sizeof(sentence))) {
+			refuse("400 Bad Request", "%s", sentence);
+			return false;
+		}
+	}
+	return true;
+}
+
+static bool mend_desc(object_kind kind, const char *id, const char *desc)
+{
+	kept_file file = {};
+	snprintf(file.name, sizeof(file.name), "desc/%s.%s", id, KINDS[kind].desc_word);
+	file.state = *desc ? PRESENT : ABSENT;
+	file.bytes = const_cast<char *>(desc);
+	file.size = strlen(desc);
+	return put_file(&file);
+}
+
+static bool mend_values(object_kind kind, const char *id, cfl *store)
+{
+	const edit of = { kind, store, id, true };
+	int count = count_posted("key");
+	for (int n = 0; n < count; n++) {
+		const char *key = get_posted("key", n);
+		const char *value = get_posted("value", n);
+		if (strcmp(key, DESC_WORD) == 0 && KINDS[kind].desc_word) {
+			if (!mend_desc(kind, id, value))
+				return false;
+		} else if (*value) {
+			set_value(&of, key, value);
+		} else {
+			remove_value(&of, key);
+		}
+	}
+	const changed_store changed = { KINDS[kind].store, store };
+	return save_stores(&changed, 1);
+}
+
+static bool begin_repair(object_kind kind, const char *id)
+{
+	const change_note note = { getenv("REMOTE_USER"), getenv("REMOTE_ADDR"), KINDS[kind].word,
+				   "repair", id };
+	char desc[FILE_NAME_SIZE];
+	const char *names[] = { KINDS[kind].word, desc };
+	snprintf(desc, sizeof(desc), "desc/%s.%s", id, text(KINDS[kind].desc_word));
+	return begin_change(&note, names, is_kept_name(desc) ? 2 : 1);
+}
+
+static int carry_out(object_kind kind, const char *id, cfl *store)
+{
+	if (cfl_section_get_values_count(store, id) == 0)
+		return refuse("409 Conflict", "There is no such object any more.");
+	if (!begin_repair(kind, id))
+		return refuse_unwritten(HISTORY_DIR, errno, true, "");
+	if (mend_values(kind, id, store) && commit_change()) {
+		begin_page();
+		tell_recovery();
+		printf("<script language='javascript'>"
+		       "location.replace('main.cgi?obj=%s&type=list')</script>\n",
+		       KINDS[kind].word);
+		return 0;
+	}
+	return give_up("");
+}
+
+int answer_repair(void)
+{
+	object_kind kind;
+	const char *id = cgi_param("id");
+	if (!id || !find_kind(cgi_param("kind"), &kind))
+		return refuse("400 Bad Request", "The fields kind and id name no object.");
+	if (!check_values(kind, id))
+		return 0;
+	int lock = begin_exclusive();
+	if (lock < 0)
+		return 0;
+	cfl *store = cfl_read(KINDS[kind].store);
+	int status = carry_out(kind, id, store);
+	cfl_free(store);
+	close(lock);
+	return status;
+}

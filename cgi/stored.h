@@ -1,0 +1,17 @@
+/* What may stand in a store, for values that come another way than by a form. */
+#ifndef CGI_STORED_H
+#define CGI_STORED_H
+
+#include <stddef.h>
+
+#include "../store/kinds.h"
+
+/* Whether an object may be called so. sentence (size bytes) says why not. */
+bool check_stored_id(object_kind kind, const char *id, char *sentence, size_t size);
+
+/* Whether a key of an object of a kind may have this value; key null for its description. sentence
+ * (size bytes) says why not. An empty value is one that was emptied on the page. */
+bool check_stored_value(object_kind kind, const char *id, const char *key, const char *value,
+			char *sentence, size_t size);
+
+#endif
