@@ -13,16 +13,9 @@ struct kind_page {
 
 /* In the order of enum object_kind. A policy is added on the page of its interface, and stays when
  * it is deleted. The bands of strict-priority policies have no pages. */
-const kind_page PAGES[] = {
-	{ "Policies", "type=display&amp;action=open&amp;id=LAN1",
-	  "type=display&amp;action=open&amp;id=LAN1", "Policies stay. Open this one instead?" },
-	{ "Classes", "type=list", "type=display&amp;action=new", "Delete this class for good?" },
-	{ "Filters", "type=list", "type=display&amp;action=new", "Delete this filter for good?" },
-	{ "Port lists", "type=list", "type=display&amp;action=new", "Delete this list for good?" },
-	{ "Address lists", "type=list", "type=display&amp;action=new",
-	  "Delete this list for good?" },
-	{},
-};
-static_assert(sizeof(PAGES) / sizeof(PAGES[0]) == KINDS_COUNT, "a row a kind");
+extern const kind_page PAGES[KINDS_COUNT];
+
+/* Finds the kind with pages that word (may be null) names; false when it names none. */
+bool find_kind(const char *word, object_kind *kind);
 
 #endif

@@ -1,0 +1,166 @@
+/* All settings as one file. */
+#include "bundle_page.h"
+
+#include <errno.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <cgi.h>
+
+#include "../history/history.h"
+#include "../store/text.h"
+#include "bundle_gate.h"
+#include "change.h"
+#include "differences.h"
+#include "frame.h"
+
+/* --- giving --- */
+
+/* The page needs its script: what it sends is a file, and no form. */
+static int offer_bundle(void)
+{
+	open_page("Bundle", nullptr);
+	printf("<p><a href='main.cgi?obj=router&amp;type=bundle' download='qos-bundle.txt'>"
+	       "Download all settings</a> as one file.</p>\n"
+	       "<p><label>Bring settings back from a file: <input type='file' id='bundle'></label>"
+	       "</p>\n"
+	       "<div id='bundle_answer'></div>\n"
+	       "<script src='../../qos_config/html/bundle.js'></script>\n");
+	close_page();
+	return 0;
+}
+
+/* The bundle as a text on the heap; null, with errno set, when it cannot be made. */
+static char *make_bundle(size_t *size)
+{
+	char *bundle = nullptr;
+	FILE *stream = open_memstream(&bundle, size);
+	if (!stream)
+		return nullptr;
+	bool whole = write_bundle(stream);
+	int reason = errno;
+	if (fclose(stream) == 0 && whole)
+		return bundle;
+	free(bundle);
+	errno = reason;
+	return nullptr;
+}
+
+static int give_bundle(void)
+{
+	size_t size;
+	char *bundle = make_bundle(&size);
+	if (!bundle)
+		return refuse("500 Internal Server Error",
+			      "The settings cannot be read whole (%s).", strerror(errno));
+	print_common_headers();
+	printf("Content-Type: text/plain; charset=utf-8\r\n"
+	       "Content-Disposition: attachment; filename=\"qos-bundle.txt\"\r\n\r\n");
+	fwrite(bundle, 1, size, stdout);
+	free(bundle);
+	return 0;
+}
+
+int answer_bundle(void)
+{
+	const char *action = cgi_param("action");
+	if (action && strcmp(action, "offer") == 0)
+		return offer_bundle();
+	if (action)
+		return refuse("400 Bad Request", "The field action is not known: allowed is: offer.");
+	int lock = begin_shared();
+	if (lock == -1 && errno == ETIMEDOUT)
+		return refuse("503 Service Unavailable",
+			      "A change does not end. Try again in a moment.");
+	int status = give_bundle();
+	if (lock >= 0)
+		close(lock);
+	return status;
+}
+
+/* --- taking --- */
+
+static const char *get_fault_word(bundle_fault fault)
+{
+	switch (fault) {
+	case BUNDLE_WELL: return "";
+	case BUNDLE_ALIEN: return "This is no bundle of settings.";
+	case BUNDLE_OTHER_VERSION: return "This bundle has a format of another version.";
+	case BUNDLE_TOO_LONG: return "The bundle is longer than 1 MiB.";
+	case BUNDLE_DAMAGED: return "The bundle is damaged: it was cut off or changed.";
+	case BUNDLE_NO_MEMORY: return "There is no memory for the bundle.";
+	}
+	return "";
+}
+
+static int show_check(const kept_files *bundle)
+{
+	char revision[REVISION_SIZE];
+	if (!get_stores_revision(revision))
+		return refuse("500 Internal Server Error",
+			      "The present settings cannot be read (%s).", strerror(errno));
+	printf("Revision: %s\r\n", revision);
+	open_page("What the bundle changes", nullptr);
+	printf("<ul>\n");
+	bool told = tell_bundle(bundle, print_difference, nullptr);
+	printf("</ul>\n");
+	printf(told ? "<p>Nothing was changed yet.</p>\n"
+		    : "<p>Not all differences can be shown.</p>\n");
+	close_page();
+	return 0;
+}
+
+static int import(kept_files *bundle)
+{
+	char revision[REVISION_SIZE];
+	const char *posted = cgi_param("revision");
+	if (!posted)
+		return refuse("400 Bad Request",
+			      "The field revision is missing: a bundle is checked before it is "
+			      "imported.");
+	if (!get_stores_revision(revision) || strcmp(revision, posted) != 0)
+		return refuse("409 Conflict",
+			      "The settings have changed since the bundle was checked. Check it "
+			      "again.");
+	const change_note note = { getenv("REMOTE_USER"), getenv("REMOTE_ADDR"), "bundle",
+				   "import", nullptr };
+	if (!import_bundle(&note, bundle))
+		return refuse_unwritten(nullptr, errno, true, "");
+	open_page("The bundle was imported", nullptr);
+	printf("<p>All settings are those of the bundle. The <a "
+	       "href='main.cgi?obj=router&amp;type=history'>history</a> leads back.</p>\n");
+	close_page();
+	return 0;
+}
+
+static int take_bundle(kept_files *bundle, bool is_import)
+{
+	char sentence[BUNDLE_SENTENCE_SIZE];
+	if (!check_bundle(bundle, sentence, sizeof(sentence)))
+		return refuse("400 Bad Request", "%s", sentence);
+	int lock = begin_exclusive();
+	if (lock < 0)
+		return 0;
+	int status = is_import ? import(bundle) : show_check(bundle);
+	close(lock);
+	return status;
+}
+
+int answer_posted_bundle(const char *bytes, size_t size)
+{
+	const char *action = text(cgi_param("action"));
+	bool is_import = strcmp(action, "import") == 0;
+	if (!is_import && strcmp(action, "check") != 0)
+		return refuse("400 Bad Request",
+			      "The field action is not known: allowed is one of: check import.");
+	kept_files bundle = NO_FILES;
+	bundle_fault fault = read_bundle(&bundle, bytes, size);
+	if (fault != BUNDLE_WELL)
+		return refuse(fault == BUNDLE_TOO_LONG ? "413 Content Too Large" : "400 Bad Request",
+			      "%s Nothing was changed.", get_fault_word(fault));
+	int status = take_bundle(&bundle, is_import);
+	free_kept_files(&bundle);
+	return status;
+}

@@ -1,0 +1,341 @@
+/* The road of a change. */
+#include "change.h"
+
+#include <errno.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <cfl.h>
+#include <cgi.h>
+
+#include "../history/history.h"
+#include "../store/laid_aside.h"
+#include "../store/lock.h"
+#include "../store/save.h"
+#include "../store/text.h"
+#include "capture.h"
+#include "conflict.h"
+#include "frame.h"
+#include "handlers.h"
+#include "marks.h"
+#include "mend.h"
+#include "posted.h"
+#include "references.h"
+#include "schedule.h"
+
+static const int LOCK_SECONDS = 10;
+
+namespace {
+
+/* A change with the stores as they were before it. */
+struct change {
+	object_kind kind;
+	change_action action;
+	char *id;
+	cfl *store;   // of the kind; becomes what it shall be
+	cfl *before;  // of a class: its store once more, which stays as it was
+	cfl *filters; // of a class: the filters, for their marks
+	kept_file desc;
+};
+
+} // namespace
+
+static const char *const ACTION_WORDS[] = { "save", "update", "delete" };
+static_assert(sizeof(ACTION_WORDS) / sizeof(ACTION_WORDS[0]) == DELETE + 1, "a word an action");
+
+/* --- the lock --- */
+
+static const char *get_status_for(int reason)
+{
+	return reason == ENOSPC || reason == EDQUOT || reason == EFBIG
+		       ? "507 Insufficient Storage"
+		       : "500 Internal Server Error";
+}
+
+int refuse_unwritten(const char *path, int reason, bool is_undone, const char *printed)
+{
+	open_refusal(get_status_for(reason));
+	printf("<p>");
+	print_escaped(path ? path : "The change");
+	printf(" could not be written: ");
+	print_escaped(strerror(reason));
+	printf(". %s</p>\n",
+	       is_undone ? "Everything is as it was before."
+			 : "What was there before could not be put back yet either; the next change "
+			   "tries again.");
+	print_way_back();
+	fputs(printed, stdout);
+	close_page();
+	return 0;
+}
+
+int begin_exclusive(void)
+{
+	int lock = lock_stores(LOCK_EX, LOCK_SECONDS);
+	if (lock < 0 && errno == ETIMEDOUT) {
+		refuse("503 Service Unavailable",
+		       "Another change does not end: nothing was changed. Try again in a moment.");
+		return -1;
+	}
+	if (lock < 0) {
+		int reason = errno;
+		refuse(get_status_for(reason),
+		       "The stores cannot be locked (%s), and nothing is changed without the lock.",
+		       strerror(reason));
+		return -1;
+	}
+	switch (recover_change()) {
+	case NOTHING_OPEN: return lock;
+	case RECOVERED: note_recovery(); return lock;
+	case NOT_RECOVERED: break;
+	}
+	int reason = errno;
+	refuse(get_status_for(reason),
+	       "An earlier change was cut off and cannot be put back yet (%s). Until it is, nothing "
+	       "is changed; the pages can be read.",
+	       strerror(reason));
+	close(lock);
+	return -1;
+}
+
+int begin_shared(void)
+{
+	int lock = lock_stores(LOCK_SH, LOCK_SECONDS);
+	if (lock < 0 || !is_change_open())
+		return lock;
+	close(lock);
+	lock = lock_stores(LOCK_EX, LOCK_SECONDS);
+	if (lock >= 0)
+		recover_change();
+	return lock;
+}
+
+void settle_stores(void)
+{
+	int lock = is_change_open() ? begin_shared() : -1;
+	if (lock >= 0)
+		close(lock);
+}
+
+/* --- what the files were --- */
+
+static bool has_description(const change *of)
+{
+	return KINDS[of->kind].desc_word && of->action != DELETE && of->id;
+}
+
+static void make_desc_name(char name[FILE_NAME_SIZE], const change *of)
+{
+	snprintf(name, FILE_NAME_SIZE, "desc/%s.%s", of->id, KINDS[of->kind].desc_word);
+}
+
+static void read_before(change *of)
+{
+	of->store = cfl_read(KINDS[of->kind].store);
+	if (of->kind == CLASS) {
+		of->before = cfl_read(CLASS_STORE);
+		of->filters = cfl_read(FILTER_STORE);
+	}
+	if (has_description(of)) {
+		char name[FILE_NAME_SIZE];
+		make_desc_name(name, of);
+		read_kept_file(&of->desc, name);
+	}
+}
+
+static void free_before(change *of)
+{
+	cfl_free(of->store);
+	cfl_free(of->before);
+	cfl_free(of->filters);
+	free_kept_file(&of->desc);
+}
+
+static bool open_entry(const change *of)
+{
+	const change_note note = { getenv("REMOTE_USER"), getenv("REMOTE_ADDR"),
+				   KINDS[of->kind].word, ACTION_WORDS[of->action], of->id };
+	char desc[FILE_NAME_SIZE];
+	const char *names[3] = { KINDS[of->kind].word };
+	int count = 1;
+	if (of->kind == CLASS)
+		names[count++] = KINDS[FILTER].word;
+	if (has_description(of)) {
+		make_desc_name(desc, of);
+		names[count++] = desc;
+	}
+	return begin_change(&note, names, count);
+}
+
+/* --- what the handler leaves to others --- */
+
+/* A description that was not changed stays byte for byte, and an empty one has no file. */
+static bool mend_description(const change *of, bool is_new)
+{
+	if (!is_posted("changed") || !has_description(of))
+		return true;
+	const char *desc = text(cgi_param("desc"));
+	bool changed = is_changed("desc") || is_new;
+	if (changed && *desc)
+		return true; // the handler wrote it
+	kept_file shall = of->desc;
+	if (is_changed("desc"))
+		shall.state = ABSENT;
+	if (put_file(&shall))
+		return true;
+	note_write_failure(shall.name, errno);
+	return false;
+}
+
+static bool mend_saved(const change *of)
+{
+	cfl *after = cfl_read(KINDS[of->kind].store);
+	if (!after)
+		return false;
+	bool is_new = cfl_section_get_values_count(of->store, of->id) == 0;
+	mend_object(of->kind, of->id, of->store, after);
+	cfl_free(after);
+	return mend_description(of, is_new);
+}
+
+/* The marks of all filters that the class had, has or handed back. The bands' store need not be
+ * there. */
+static void mend_class_marks(const change *of, cfl *classes)
+{
+	cfl *bands = cfl_read(BASIC_STORE);
+	const naming_stores now = { classes, bands };
+	mend_marks(of->filters, of->before, &now, of->id);
+	cfl_free(bands);
+}
+
+static bool write_saved(const change *of)
+{
+	if (of->kind == CLASS)
+		mend_class_marks(of, of->store);
+	const changed_store stores[] = {
+		{ KINDS[of->kind].store, of->store },
+		{ FILTER_STORE, of->filters },
+	};
+	return save_stores(stores, of->kind == CLASS ? 2 : 1);
+}
+
+/* The filters of a class that is gone are free again, where no other names them. */
+static bool write_deleted(const change *of)
+{
+	cfl *classes = of->kind == CLASS && of->id ? cfl_read(CLASS_STORE) : nullptr;
+	if (cfl_section_get_values_count(classes, of->id) > 0 || !classes) {
+		cfl_free(classes);
+		return true;
+	}
+	mend_class_marks(of, classes);
+	cfl_free(classes);
+	const changed_store filters = { FILTER_STORE, of->filters };
+	return save_stores(&filters, 1);
+}
+
+static bool mend(const change *of)
+{
+	return of->action == DELETE ? write_deleted(of) : mend_saved(of) && write_saved(of);
+}
+
+/* --- the answer --- */
+
+static int call_handler(const change *of)
+{
+	switch (of->action) {
+	case SAVE: return call_save(of->kind);
+	case UPDATE: return call_update(of->kind);
+	case DELETE: return call_delete(of->kind, of->id);
+	}
+	return 0;
+}
+
+static void send_on(const change *of, int done)
+{
+	printf("<script language='javascript'>");
+	if (!done)
+		printf("history.go(-1)");
+	else if (of->kind == POLICY && of->id)
+		printf("location.replace('main.cgi?obj=policy&type=display&action=open&id=%s')",
+		       of->id);
+	else
+		printf("location.replace('main.cgi?obj=%s&type=list')", KINDS[of->kind].word);
+	printf("</script>\n");
+}
+
+static int answer(const change *of, int done, const char *printed)
+{
+	begin_page();
+	fputs(printed, stdout);
+	tell_recovery();
+	if (done && of->action == DELETE)
+		tell_orphans(of->kind, of->id);
+	else if (done)
+		tell_references(of->kind, of->id);
+	send_on(of, done);
+	return 0;
+}
+
+/* Puts everything back and says why. */
+int give_up(const char *printed)
+{
+	const write_failure *failure = get_write_failure();
+	int reason = failure ? failure->reason : errno;
+	bool is_undone = undo_change();
+	return refuse_unwritten(failure ? failure->path : nullptr, reason, is_undone, printed);
+}
+
+/* Runs the handler. Where its store cannot be read it tells so itself and writes nothing. */
+static int carry_out(const change *of)
+{
+	if (of->store && !open_entry(of))
+		return refuse_unwritten(HISTORY_DIR, errno, true, "");
+	if (!hold_headers() || !begin_capture())
+		return give_up("");
+	int done = call_handler(of);
+	char *printed = end_capture();
+	errno = EIO;
+	bool whole = printed && !get_write_failure() && (!done || !of->store || mend(of));
+	int status = whole && (!of->store || commit_change()) ? answer(of, done, printed)
+							       : give_up(text(printed));
+	free(printed);
+	return status;
+}
+
+/* Whether the change fits the stores as they are; answers the request where it does not. */
+static bool fits_stores(const change *of)
+{
+	if (of->kind == CLASS && of->store && !of->filters) {
+		refuse("500 Internal Server Error",
+		       "The store of the filters cannot be read, so their marks would be lost. "
+		       "Nothing was changed.");
+		return false;
+	}
+	if (is_posted("revision") && refuse_conflict(of->kind, of->action, of->id, of->store))
+		return false;
+	if (of->kind != CLASS || of->action == DELETE || !of->id)
+		return true;
+	const edit before = { of->kind, of->store, of->id, true };
+	tables them;
+	read_tables(&them, &before);
+	char sentence[SENTENCE_SIZE];
+	if (check_tables(&them, &before, sentence, sizeof(sentence)))
+		return true;
+	refuse("400 Bad Request", "%s", sentence);
+	return false;
+}
+
+int answer_change(object_kind kind, change_action action, char *id)
+{
+	int lock = begin_exclusive();
+	if (lock < 0)
+		return 0;
+	change of = { kind, action, id, nullptr, nullptr, nullptr, {} };
+	read_before(&of);
+	int status = fits_stores(&of) ? carry_out(&of) : 0;
+	free_before(&of);
+	close(lock);
+	return status;
+}

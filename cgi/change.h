@@ -1,0 +1,34 @@
+/* The road of a change: the lock, what an earlier one left, the checks that need the stores, the
+ * files laid aside, the handler, what it leaves to others, and the answer. */
+#ifndef CGI_CHANGE_H
+#define CGI_CHANGE_H
+
+#include "../store/kinds.h"
+
+enum change_action { SAVE, UPDATE, DELETE };
+
+/* Carries the posted change out and answers the request. The stores are then what the change makes
+ * of them, or what they were. id may be null. Returns the exit status. */
+int answer_change(object_kind kind, change_action action, char *id);
+
+/* For changes of all stores: takes the lock, and puts back what an earlier change left half done.
+ * Returns the lock's descriptor; or -1, and the request has been answered. */
+int begin_exclusive(void);
+
+/* Takes the lock shared, for who must see one state of all stores; puts back what a change that was
+ * cut off left. Returns the descriptor, or -1 where the lock cannot be had, with errno set. */
+int begin_shared(void);
+
+/* For a page: waits for an open change, and puts it back where nobody is at it any more. Where
+ * that cannot be, the page shows what there is. */
+void settle_stores(void);
+
+/* Puts the open change back and answers why, as refuse_unwritten does. */
+int give_up(const char *printed);
+
+/* The answer to a change that could not be written whole: 507 for no room, else 500. path may be
+ * null; is_undone tells whether everything is as it was; printed is what the handler printed, empty
+ * for nothing. */
+int refuse_unwritten(const char *path, int reason, bool is_undone, const char *printed);
+
+#endif

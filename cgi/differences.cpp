@@ -1,0 +1,92 @@
+/* What a change changed, in words. */
+#include "differences.h"
+
+#include <stdio.h>
+
+#include "frame.h"
+
+void write_when(char text[WHEN_SIZE], time_t when)
+{
+	tm local;
+	if (!localtime_r(&when, &local) || !strftime(text, WHEN_SIZE, "%Y-%m-%d %H:%M", &local))
+		snprintf(text, WHEN_SIZE, "an unknown time");
+}
+
+void write_who(char text[WHO_SIZE], const change_note *note)
+{
+	if (note->login && note->address)
+		snprintf(text, WHO_SIZE, "%s at %s", note->login, note->address);
+	else
+		snprintf(text, WHO_SIZE, "%s",
+			 note->address ? note->address : note->login ? note->login : "unknown");
+}
+
+void print_entry_note(const entry *it)
+{
+	char when[WHEN_SIZE], who[WHO_SIZE];
+	write_when(when, it->when);
+	write_who(who, &it->note);
+	printf("%s, ", when);
+	print_escaped(who);
+	const char *const words[] = { it->note.action, it->note.kind, it->note.id };
+	for (const char *word : words) {
+		if (!word)
+			continue;
+		printf(word == it->note.action ? ": " : " ");
+		print_escaped(word);
+	}
+}
+
+/* What a value is called: the key, or the description. */
+static void print_name(const difference *row)
+{
+	if (row->key)
+		print_escaped(row->key);
+	else
+		printf("description");
+}
+
+static void print_value(const difference *row)
+{
+	printf(" ");
+	print_name(row);
+	if (row->before) {
+		printf(" <del>");
+		print_escaped(row->before);
+		printf("</del>");
+	}
+	if (row->after) {
+		printf(" <ins>");
+		print_escaped(row->after);
+		printf("</ins>");
+	}
+}
+
+static const char *get_word(object_change change)
+{
+	switch (change) {
+	case OBJECT_ADDED: return "added";
+	case OBJECT_REMOVED: return "removed";
+	case OBJECT_CHANGED: return "changed";
+	case STORE_ARRANGED: return "arranged anew";
+	}
+	return "";
+}
+
+void print_difference(void *, const difference *row)
+{
+	printf("<li>%s ", KINDS[row->kind].word);
+	if (row->id)
+		print_escaped(row->id);
+	printf(" %s", get_word(row->change));
+	if (row->before || row->after)
+		print_value(row);
+	printf("</li>\n");
+}
+
+void print_differences(const entry *it)
+{
+	printf("<ul>\n");
+	tell_entry(it, print_difference, nullptr);
+	printf("</ul>\n");
+}

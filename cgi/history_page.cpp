@@ -1,0 +1,99 @@
+/* The page of the last changes. */
+#include "history_page.h"
+
+#include <errno.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <cgi.h>
+
+#include "../history/history.h"
+#include "../store/text.h"
+#include "change.h"
+#include "differences.h"
+#include "frame.h"
+
+static const size_t NUMBER_DIGITS_MAX = 9;
+
+static void print_entry(unsigned number)
+{
+	entry it;
+	if (!read_entry(&it, number)) {
+		printf("<p>The entry %u cannot be read: %s</p>\n", number, strerror(errno));
+		return;
+	}
+	printf("<h2>");
+	print_entry_note(&it);
+	printf("</h2>\n");
+	print_differences(&it);
+	printf("<form method='POST' action='main.cgi'>"
+	       "<input type='hidden' name='obj' value='router'>"
+	       "<input type='hidden' name='type' value='history'>"
+	       "<input type='hidden' name='action' value='back'>"
+	       "<input type='hidden' name='entry' value='%u'>"
+	       "<input type='submit' value='Back to before this change'></form>\n",
+	       number);
+	free_entry(&it);
+}
+
+int show_history(void)
+{
+	unsigned numbers[ENTRIES_MAX];
+	int count = list_entries(numbers);
+	open_page("History", nullptr);
+	printf("<p>The last changes, the newest first. Going back to before one undoes the later "
+	       "ones too, and is a change that can itself be undone.</p>\n");
+	if (count <= 0)
+		printf("<p>Nothing was changed yet.</p>\n");
+	for (int i = 0; i < count; i++)
+		print_entry(numbers[i]);
+	close_page();
+	return 0;
+}
+
+/* Reads the field entry; false when it holds no number. */
+static bool read_number(unsigned *number)
+{
+	const char *entry = text(cgi_param("entry"));
+	size_t digits = strspn(entry, "0123456789");
+	if (digits == 0 || digits > NUMBER_DIGITS_MAX || entry[digits])
+		return false;
+	*number = static_cast<unsigned>(strtoul(entry, nullptr, 10));
+	return true;
+}
+
+static int bring_back(unsigned number)
+{
+	char word[16];
+	snprintf(word, sizeof(word), "%u", number);
+	const change_note note = { getenv("REMOTE_USER"), getenv("REMOTE_ADDR"), "history", "back",
+				   word };
+	if (!go_back(&note, number)) {
+		int reason = errno;
+		if (reason == ENOENT)
+			return refuse("409 Conflict",
+				      "The entry %u is not kept any more. Nothing was changed.",
+				      number);
+		return refuse_unwritten(nullptr, reason, true, "");
+	}
+	begin_page();
+	tell_recovery();
+	printf("<script language='javascript'>"
+	       "location.replace('main.cgi?obj=router&type=history')</script>\n");
+	return 0;
+}
+
+int answer_back(void)
+{
+	unsigned number;
+	if (!read_number(&number))
+		return refuse("400 Bad Request", "The field entry holds no number of an entry.");
+	int lock = begin_exclusive();
+	if (lock < 0)
+		return 0;
+	int status = bring_back(number);
+	close(lock);
+	return status;
+}

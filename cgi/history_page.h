@@ -1,0 +1,11 @@
+/* The page of the last changes, and the way back to before any of them. */
+#ifndef CGI_HISTORY_PAGE_H
+#define CGI_HISTORY_PAGE_H
+
+/* Prints the page. Returns the exit status. */
+int show_history(void);
+
+/* Brings back what was before the entry that the request names, as a change of its own. */
+int answer_back(void);
+
+#endif
