@@ -1,9 +1,7 @@
-/* The fields of a request against their rows, and where it comes from. */
+/* The fields of a request against their rows. */
 #include "check.h"
 
 #include <stdio.h>
-#include <string.h>
-#include <strings.h>
 
 #include <cgi.h>
 
@@ -37,32 +35,6 @@ bool check_fields(object_kind kind, char *sentence)
 {
 	for (const field &row : FIELDS[kind]) {
 		if (row.form && !check_values(&row, sentence))
-			return false;
-	}
-	return true;
-}
-
-/* --- where a post comes from --- */
-
-/* Is the host of an address such as "http://192.168.1.1:8080/page" this one? */
-static bool is_at_host(const char *address, const char *host)
-{
-	const char *start;
-	if (strncasecmp(address, "http://", 7) == 0)
-		start = address + 7;
-	else if (strncasecmp(address, "https://", 8) == 0)
-		start = address + 8;
-	else
-		return false;
-	size_t length = strcspn(start, "/?#");
-	return length == strlen(host) && strncasecmp(start, host, length) == 0;
-}
-
-bool is_same_site(const char *host, const char *origin, const char *referer)
-{
-	const char *const places[] = { origin, referer };
-	for (const char *place : places) {
-		if (place && !(host && is_at_host(place, host)))
 			return false;
 	}
 	return true;

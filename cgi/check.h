@@ -12,9 +12,4 @@
  * allowed. */
 bool check_fields(object_kind kind, char *sentence);
 
-/* Whether a post comes from a page of this router: false when the request names another host
- * (HTTP_HOST) as the place it comes from (HTTP_ORIGIN, HTTP_REFERER). A request that names no
- * place is not from a page of another site, for browsers name it. */
-bool is_same_site(const char *host, const char *origin, const char *referer);
-
 #endif

@@ -2,41 +2,15 @@
 #include "list.h"
 
 #include <stdio.h>
-#include <string.h>
 
 #include <cfl.h>
 
+#include "../history/history.h"
 #include "../store/description.h"
+#include "../store/fields.h"
 #include "../store/text.h"
+#include "frame.h"
 #include "pages.h"
-
-void print_escaped(const char *text)
-{
-	for (; *text; text++) {
-		switch (*text) {
-		case '<': printf("&lt;"); break;
-		case '>': printf("&gt;"); break;
-		case '&': printf("&amp;"); break;
-		case '"': printf("&quot;"); break;
-		case '\'': printf("&#39;"); break;
-		default: putchar(*text);
-		}
-	}
-}
-
-/* Prints text as the value of a field in an address. */
-static void print_encoded(const char *text)
-{
-	for (; *text; text++) {
-		unsigned char c = static_cast<unsigned char>(*text);
-		bool plain = (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') ||
-			     (c >= 'a' && c <= 'z') || strchr("-._", c);
-		if (plain)
-			putchar(c);
-		else
-			printf("%%%02X", c);
-	}
-}
 
 static void print_link(const char *kind, const char *action, const char *id, const char *label)
 {
@@ -47,43 +21,41 @@ static void print_link(const char *kind, const char *action, const char *id, con
 	printf("</a>");
 }
 
+/* The button takes the revision of what the list shows along: what somebody else changes meanwhile
+ * is not deleted by a person who has not seen it. */
 static void print_delete_button(object_kind kind, const char *id)
 {
+	char revision[REVISION_SIZE];
 	printf("<form method='POST' action='main.cgi'>"
 	       "<input type='hidden' name='obj' value='%s'>"
 	       "<input type='hidden' name='type' value='display'>"
-	       "<input type='hidden' name='action' value='delete'>"
-	       "<input type='hidden' name='id' value='",
+	       "<input type='hidden' name='action' value='delete'>",
 	       KINDS[kind].word);
+	if (get_revision(kind, id, revision))
+		printf("<input type='hidden' name='revision' value='%s'>", revision);
+	printf("<input type='hidden' name='id' value='");
 	print_escaped(id);
 	printf("'><input type='submit' value='delete' "
 	       "onclick=\"return confirm('%s')\"></form>",
 	       PAGES[kind].question);
 }
 
+/* An object whose name no page can show can be looked at and deleted. */
 static void print_row(object_kind kind, const char *id)
 {
+	bool is_odd = !is_well_formed(&ID_RULE, id);
 	const char *word = KINDS[kind].word;
+	const char *desc_word = KINDS[kind].desc_word;
 	printf("<tr><td>");
-	print_link(word, "open", id, id);
+	print_link(word, is_odd ? "view" : "open", id, id);
 	printf("</td><td>");
-	print_escaped(text(read_desc(id, word)));
+	print_escaped(text(desc_word ? read_desc(id, desc_word) : nullptr));
 	printf("</td><td>");
-	print_link(word, "edit", id, "edit");
+	if (!is_odd)
+		print_link(word, "edit", id, "edit");
 	printf("</td><td>");
 	print_delete_button(kind, id);
 	printf("</td></tr>\n");
-}
-
-static void print_navigation()
-{
-	printf("<p class='nav'>\n");
-	for (int i = 0; i < KINDS_COUNT; i++) {
-		if (PAGES[i].title)
-			printf("<a href='main.cgi?obj=%s&amp;%s'>%s</a>\n",
-			       KINDS[i].word, PAGES[i].home, PAGES[i].title);
-	}
-	printf("</p>\n");
 }
 
 static void print_objects(object_kind kind)
@@ -104,23 +76,10 @@ static void print_objects(object_kind kind)
 	cfl_free(store);
 }
 
-void print_list(object_kind kind)
+int show_list(object_kind kind)
 {
-	const kind_page *page = &PAGES[kind];
-	printf("<!DOCTYPE html>\n"
-	       "<html lang='en'>\n"
-	       "<head>\n"
-	       "<meta charset='utf-8'>\n"
-	       "<title>QoS: %s</title>\n"
-	       "<link rel='icon' href='data:,'>\n"
-	       "<link rel='stylesheet' href='../../qos_config/html/qos.css'>\n"
-	       "</head>\n"
-	       "<body>\n",
-	       page->title);
-	print_navigation();
-	printf("<h1>%s <a href='main.cgi?obj=%s&amp;%s'>new</a></h1>\n",
-	       page->title, KINDS[kind].word, page->add);
+	open_page(PAGES[kind].title, PAGES[kind].add);
 	print_objects(kind);
-	printf("</body>\n"
-	       "</html>\n");
+	close_page();
+	return 0;
 }

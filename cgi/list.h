@@ -5,10 +5,7 @@
 #include "../store/kinds.h"
 
 /* Prints the page that lists the objects of a kind, each with links to open and edit it and a
- * button to delete it. */
-void print_list(object_kind kind);
-
-/* Prints text so that it means nothing to the browser: in a page, or in a quoted attribute. */
-void print_escaped(const char *text);
+ * button to delete it. Returns the exit status. */
+int show_list(object_kind kind);
 
 #endif

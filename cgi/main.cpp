@@ -1,70 +1,62 @@
-/* main.cgi: reads which kind, type and action a request asks for, checks its fields, calls the
- * handler, and sends the browser on. A GET never changes anything; a request that asks for no page
- * and no change that there is, is refused before a handler runs. */
-#include <fcntl.h>
+/* main.cgi: reads what a request asks for, checks its fields, and has it answered. A GET never
+ * changes anything; a request that asks for no page and no change that there is, is refused before a
+ * handler runs. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <sys/file.h>
 
 #include <cfl.h>
 #include <cgi.h>
 
+#include "../history/history.h"
+#include "../store/fields.h"
+#include "../store/text.h"
 #include "../web/web.h"
+#include "access.h"
+#include "bundle_page.h"
+#include "change.h"
 #include "check.h"
+#include "faults.h"
+#include "frame.h"
+#include "handlers.h"
+#include "history_page.h"
 #include "list.h"
 #include "pages.h"
+#include "posted.h"
+#include "repair.h"
+#include "rules_json.h"
+#include "state.h"
 
 static const int MODE_VIEW = 1;
 
 namespace {
 
-enum request_action { VIEW, NEW, EDIT, OPEN, SAVE, UPDATE, DELETE };
+enum request_action { VIEW, NEW, EDIT, OPEN, DO_SAVE, DO_UPDATE, DO_DELETE };
 
-const int ACTIONS_COUNT = DELETE + 1;
+const int ACTIONS_COUNT = DO_DELETE + 1;
 
 } // namespace
 
-/* In the order of enum request_action; those from SAVE on change a store. */
+/* In the order of enum request_action; those from DO_SAVE on change a store. */
 static const char *const ACTIONS[] = { "view", "new", "edit", "open", "save", "update", "delete" };
 static_assert(sizeof(ACTIONS) / sizeof(ACTIONS[0]) == ACTIONS_COUNT, "a word an action");
 
-/* --- answers --- */
-
-static int refuse(const char *status, const char *sentence)
-{
-	printf("Status: %s\r\n", status);
-	cgi_init_headers();
-	printf("<!DOCTYPE html>\n"
-	       "<html><head><title>%s</title><link rel='icon' href='data:,'></head><body><p>",
-	       status);
-	print_escaped(sentence);
-	printf("</p></body></html>\n");
-	return 0;
-}
-
 static int refuse_request(const char *sentence)
 {
-	return refuse("400 Bad Request", sentence);
+	return refuse("400 Bad Request", "%s", sentence);
 }
 
-static void send_on(object_kind kind, const char *id, int done)
+static int refuse_method(bool is_post)
 {
-	printf("<script language='javascript'>");
-	if (!done)
-		printf("history.go(-1)");
-	else if (kind == POLICY && id)
-		printf("location.replace('main.cgi?obj=policy&type=display&action=open&id=%s')", id);
-	else
-		printf("location.replace('main.cgi?obj=%s&type=list')", KINDS[kind].word);
-	printf("</script>\n");
+	return refuse("405 Method Not Allowed",
+		      is_post ? "A page is asked for with GET." : "A change is asked for with POST.");
 }
 
-/* --- the handlers --- */
+/* --- the forms --- */
 
-static bool store_has(const char *path, const char *id)
+static bool store_has(object_kind kind, const char *id)
 {
-	cfl *store = cfl_read(path);
+	cfl *store = cfl_read(KINDS[kind].store);
 	bool has = cfl_section_get_values_count(store, id) > 0;
 	cfl_free(store);
 	return has;
@@ -75,96 +67,72 @@ static int get_mode(object_kind kind, request_action action, const char *id)
 	switch (action) {
 	case NEW: return MODE_NEW;
 	case EDIT: return MODE_EDIT;
-	case OPEN: return store_has(KINDS[kind].store, id) ? MODE_EDIT : MODE_NEW;
+	case OPEN: return store_has(kind, id) ? MODE_EDIT : MODE_NEW;
 	case VIEW: return MODE_VIEW;
-	case SAVE: case UPDATE: case DELETE: break; // no page is asked for
+	case DO_SAVE: case DO_UPDATE: case DO_DELETE: break; // no page is asked for
 	}
 	return MODE_VIEW;
 }
 
-static void display(object_kind kind, char *id, int mode)
+/* The revision goes along as a header, and as a cookie that the page script can read. */
+static void print_revision(object_kind kind, const char *id)
 {
-	switch (kind) {
-	case POLICY: policy_display(id, mode); break;
-	case CLASS: class_display(id, mode); break;
-	case FILTER: filter_display(id, mode); break;
-	case PORT: port_display(id, mode); break;
-	case IP: ip_display(id, mode); break;
-	case BASIC: break; // has no page: find_kind never finds it
-	}
+	char revision[REVISION_SIZE];
+	if (get_revision(kind, id, revision))
+		printf("Revision: %s\r\n"
+		       "Set-Cookie: revision-%s-%s=%s; Path=/; SameSite=Strict\r\n",
+		       revision, KINDS[kind].word, id, revision);
 }
 
-static int save(object_kind kind)
+static int display(object_kind kind, request_action action, char *id)
 {
-	switch (kind) {
-	case POLICY: return policy_save();
-	case CLASS: return class_save();
-	case FILTER: return filter_save();
-	case PORT: return port_save();
-	case IP: return ip_save();
-	case BASIC: break;
+	settle_stores();
+	int mode = get_mode(kind, action, id);
+	bool shows_object = mode == MODE_EDIT || kind == POLICY; // which shows one in every mode
+	object_kind faulty_kind;
+	const char *faulty_id;
+	if (find_faulty_object(kind, id, shows_object, &faulty_kind, &faulty_id))
+		return show_repair(faulty_kind, faulty_id);
+	if (id && shows_object)
+		print_revision(kind, id);
+	begin_page();
+	call_display(kind, id, mode);
+	return 0;
+}
+
+static int change(object_kind kind, request_action action, char *id)
+{
+	switch (action) {
+	case DO_SAVE: return answer_change(kind, SAVE, id);
+	case DO_UPDATE: return answer_change(kind, UPDATE, id);
+	case DO_DELETE: return answer_change(kind, DELETE, id);
+	case NEW: case EDIT: case OPEN: case VIEW: break; // change nothing
 	}
 	return 0;
 }
 
-static int update(object_kind kind)
+/* A section of a store that was edited by other hands may be called what no page can show. It can
+ * be looked at, and deleted. */
+static bool is_odd_object(object_kind kind, request_action action, const char *id)
 {
-	switch (kind) {
-	case POLICY: return policy_update();
-	case CLASS: return class_update();
-	case FILTER: return filter_update();
-	case PORT: return port_update();
-	case IP: return ip_update();
-	case BASIC: break;
-	}
-	return 0;
+	return id && (action == VIEW || action == DO_DELETE) && !is_well_formed(&ID_RULE, id) &&
+	       store_has(kind, id);
 }
 
-static int erase(object_kind kind, char *id)
+static int answer_form(object_kind kind, request_action action)
 {
-	switch (kind) {
-	case POLICY: return policy_delete(id);
-	case CLASS: return class_delete(id);
-	case FILTER: return filter_delete(id);
-	case PORT: return port_delete(id);
-	case IP: return ip_delete(id);
-	case BASIC: break;
-	}
-	return 0;
-}
-
-/* Makes changes wait for each other until this process ends: of two that read a store before either
- * has written it, one would be lost. */
-static void lock_stores(void)
-{
-	int fd = open(STORE_DIR, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-	if (fd >= 0)
-		flock(fd, LOCK_EX);
-}
-
-static void change(object_kind kind, request_action action, char *id)
-{
-	lock_stores();
-	int done = action == SAVE     ? save(kind)
-		   : action == UPDATE ? update(kind)
-				      : erase(kind, id);
-	send_on(kind, id, done);
+	char *id = cgi_param("id");
+	char sentence[SENTENCE_SIZE];
+	bool is_odd = is_odd_object(kind, action, id);
+	if ((!is_odd && !check_fields(kind, sentence)) ||
+	    !check_posted(kind, sentence, sizeof(sentence)))
+		return refuse_request(sentence);
+	if (action >= DO_SAVE)
+		return change(kind, action, id);
+	return is_odd ? show_repair(kind, id) : display(kind, action, id);
 }
 
 /* --- the request --- */
-
-/* Finds what the field names; false when it names nothing that is known. */
-static bool find_kind(object_kind *kind)
-{
-	const char *word = cgi_param("obj");
-	for (int i = 0; word && i < KINDS_COUNT; i++) {
-		if (PAGES[i].title && strcmp(word, KINDS[i].word) == 0) {
-			*kind = static_cast<object_kind>(i);
-			return true;
-		}
-	}
-	return false;
-}
 
 static bool find_action(request_action *action)
 {
@@ -179,38 +147,98 @@ static bool find_action(request_action *action)
 	return !word;
 }
 
-static int answer(bool is_post)
+static int answer_list(object_kind kind)
 {
-	const char *type = cgi_param("type");
-	bool is_list = type && strcmp(type, "list") == 0;
-	object_kind kind;
-	request_action action;
 	char sentence[SENTENCE_SIZE];
-	if (!find_kind(&kind))
-		return refuse_request("The field obj names no kind of object: allowed is one of: "
-				      "policy class filter port ip.");
-	if (!is_list && !(type && strcmp(type, "display") == 0))
+	return check_fields(kind, sentence) ? show_list(kind) : refuse_request(sentence);
+}
+
+static int answer_kind(object_kind kind, bool is_post)
+{
+	const char *type = text(cgi_param("type"));
+	request_action action;
+	if (strcmp(type, "list") == 0)
+		return is_post ? refuse_method(is_post) : answer_list(kind);
+	if (strcmp(type, "display") != 0)
 		return refuse_request("The field type is not known: allowed is one of: "
 				      "display list.");
-	if (!is_list && !find_action(&action))
+	if (!find_action(&action))
 		return refuse_request("The field action is not known: allowed is one of: "
 				      "new edit open view save update delete.");
-	if (is_post != (!is_list && action >= SAVE))
-		return refuse("405 Method Not Allowed",
-			      is_post ? "A page is asked for with GET."
-				      : "A change is asked for with POST.");
-	if (!check_fields(kind, sentence))
-		return refuse_request(sentence);
+	if (is_post != (action >= DO_SAVE))
+		return refuse_method(is_post);
+	return answer_form(kind, action);
+}
 
-	char *id = cgi_param("id");
-	cgi_init_headers();
-	if (is_list)
-		print_list(kind);
-	else if (is_post)
-		change(kind, action, id);
-	else
-		display(kind, id, get_mode(kind, action, id));
+static int answer_rules(void)
+{
+	begin_json();
+	print_rules_json();
 	return 0;
+}
+
+static int answer_history_post(void)
+{
+	if (strcmp(text(cgi_param("action")), "back") != 0)
+		return refuse_request("The field action is not known: allowed is: back.");
+	return answer_back();
+}
+
+/* The pages of the router around the kinds. */
+static int answer_router(bool is_post)
+{
+	const char *type = text(cgi_param("type"));
+	if (strcmp(type, "history") == 0)
+		return is_post ? answer_history_post() : show_history();
+	if (strcmp(type, "bundle") == 0)
+		return is_post ? refuse_request("A bundle is posted as a file.") : answer_bundle();
+	if (strcmp(type, "repair") == 0)
+		return is_post ? answer_repair() : refuse_method(is_post);
+	if (strcmp(type, "state") == 0)
+		return is_post ? refuse_method(is_post) : answer_state();
+	if (strcmp(type, "rules") == 0)
+		return is_post ? refuse_method(is_post) : answer_rules();
+	return refuse_request("The field type is not known: allowed is one of: "
+			      "history bundle repair state rules.");
+}
+
+static int answer(bool is_post)
+{
+	const char *obj = text(cgi_param("obj"));
+	object_kind kind;
+	if (strcmp(obj, "router") == 0)
+		return answer_router(is_post);
+	if (find_kind(obj, &kind))
+		return answer_kind(kind, is_post);
+	return refuse_request("The field obj names no kind of object: allowed is one of: "
+			      "policy class filter port ip router.");
+}
+
+/* Refuses what is no request of a page of this router. */
+static bool is_acceptable(bool is_post)
+{
+	const post_source from = { getenv("HTTP_HOST"), getenv("HTTP_ORIGIN"),
+				   getenv("HTTP_REFERER"), getenv("HTTP_SEC_FETCH_SITE") };
+	if (!is_own_host(from.host))
+		refuse("421 Misdirected Request",
+		       "This router does not go by the name that it was asked under. Names that it "
+		       "goes by can be added to %s.", HOST_NAMES);
+	else if (cgi_get_status() == CGI_TOO_LARGE)
+		refuse("413 Content Too Large", "The request is longer than 64 KiB.");
+	else if (cgi_get_status() == CGI_MALFORMED)
+		refuse_request("The request cannot be read: its body is cut off or no form, or a "
+			       "NUL is in it.");
+	else if (is_post && !is_same_site(&from))
+		refuse("403 Forbidden", "The form is not from a page of this router.");
+	else
+		return true;
+	return false;
+}
+
+static bool is_bundle_request(void)
+{
+	return strcmp(text(cgi_param("obj")), "router") == 0 &&
+	       strcmp(text(cgi_param("type")), "bundle") == 0;
 }
 
 int main(void)
@@ -218,13 +246,12 @@ int main(void)
 	bool is_post = strcmp(cgi_get_method(), "POST") == 0;
 	if (!is_post && strcmp(cgi_get_method(), "GET") != 0)
 		return refuse("405 Method Not Allowed", "A request is a GET or a POST.");
-	if (cgi_get_status() == CGI_TOO_LARGE)
-		return refuse("413 Content Too Large", "The request is longer than 64 KiB.");
-	if (cgi_get_status() == CGI_MALFORMED)
-		return refuse_request("The request cannot be read: its body is cut off or no form, "
-				      "or a NUL is in it.");
-	if (is_post && !is_same_site(getenv("HTTP_HOST"), getenv("HTTP_ORIGIN"),
-				     getenv("HTTP_REFERER")))
-		return refuse("403 Forbidden", "The form is not from a page of this router.");
+	size_t size;
+	const char *bundle = cgi_read_body(BUNDLE_TYPE, BUNDLE_SIZE_MAX, &size);
+	if (!is_acceptable(is_post))
+		return 0;
+	if (bundle)
+		return is_bundle_request() ? answer_posted_bundle(bundle, size)
+					   : refuse_request("A bundle is no form.");
 	return answer(is_post);
 }
