@@ -11,7 +11,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "text.h"
+#include "draft.h"
 
 static const char DRAFT_END[] = ".draft";
 static const size_t DRAFT_MARK = 6; // letters and digits between a draft's name and its end
@@ -73,17 +73,6 @@ char *read_whole(const char *path, size_t *size, file_access *access)
 
 /* --- replacing --- */
 
-/* The access that the file has, or would get by a plain create. */
-static file_access find_access(const char *path)
-{
-	struct stat info;
-	if (stat(path, &info) == 0)
-		return { info.st_mode & 07777, info.st_uid, info.st_gid };
-	mode_t mask = umask(022);
-	umask(mask);
-	return { 0666 & ~mask, geteuid(), getegid() };
-}
-
 static bool give_access(int fd, const file_access *access)
 {
 	bool is_root = geteuid() == 0;
@@ -93,107 +82,59 @@ static bool give_access(int fd, const file_access *access)
 	return fchmod(fd, access->mode) == 0;
 }
 
-static bool write_all(int fd, const char *bytes, size_t size)
+/* For a file that was written in place. */
+static bool give_access_to(const char *path, const file_access *access)
 {
-	while (size > 0) {
-		ssize_t put = write(fd, bytes, size);
-		if (put < 0 && errno == EINTR)
-			continue;
-		if (put <= 0)
-			return false;
-		bytes += put;
-		size -= static_cast<size_t>(put);
-	}
-	return true;
-}
-
-/* Splits a path behind its last '/'. */
-static void split_path(const char *path, char folder[PATH_MAX], const char **name)
-{
-	const char *slash = strrchr(path, '/');
-	*name = slash ? slash + 1 : path;
-	size_t length = static_cast<size_t>(*name - path);
-	memcpy(folder, path, length);
-	strcpy(folder + length, length ? "" : ".");
-}
-
-static bool write_draft(char draft[PATH_MAX], const char *target, const char *bytes, size_t size,
-			const file_access *access)
-{
-	char folder[PATH_MAX];
-	const char *name;
-	split_path(target, folder, &name);
-	int length = snprintf(draft, PATH_MAX, "%s.%s.XXXXXX%s", folder, name, DRAFT_END);
-	errno = ENAMETOOLONG;
-	int fd = -1;
-	if (fits(length, PATH_MAX))
-		fd = mkostemps(draft, static_cast<int>(strlen(DRAFT_END)), O_CLOEXEC);
-	if (fd < 0)
-		return false;
-	bool whole = give_access(fd, access) && write_all(fd, bytes, size) && fsync(fd) == 0;
-	if (!whole) {
-		int reason = errno;
-		unlink(draft);
-		errno = reason;
-	}
-	close_quietly(fd);
-	return whole;
-}
-
-/* A cut in the middle of this leaves parts: whoever calls must be able to do it again. */
-static bool write_in_place(const char *path, const char *bytes, size_t size,
-			   const file_access *access)
-{
-	int fd = open(path, O_WRONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-	if (fd < 0)
-		return false;
-	bool whole = write_all(fd, bytes, size) && ftruncate(fd, static_cast<off_t>(size)) == 0 &&
-		     give_access(fd, access) && fsync(fd) == 0;
-	close_quietly(fd);
-	return whole;
-}
-
-/* Whether errno says that the place takes no draft, though the file may take bytes. */
-static bool is_place_closed(void)
-{
-	return errno == EACCES || errno == EPERM || errno == EROFS || errno == EBUSY;
+	int fd = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+	bool given = fd >= 0 && give_access(fd, access);
+	if (fd >= 0)
+		close_quietly(fd);
+	return given;
 }
 
 static bool sync_folder_of(const char *path)
 {
 	char folder[PATH_MAX];
-	const char *name;
-	split_path(path, folder, &name);
-	return sync_folder(folder);
+	snprintf(folder, sizeof(folder), "%s", path);
+	char *slash = strrchr(folder, '/');
+	if (slash)
+		slash[1] = '\0';
+	return sync_folder(slash ? folder : ".");
 }
 
-/* Where the path leads; itself, where it leads nowhere. */
-static const char *follow_links(const char *path, char target[PATH_MAX])
+/* Puts an open draft in its file's place. */
+static bool put_draft(draft *it, const char *bytes, size_t size, const file_access *access)
 {
-	return realpath(path, target) ? target : path;
+	bool is_beside = it->fd >= 0;
+	if (access && is_beside && !give_access(it->fd, access)) {
+		drop_draft(it);
+		return false;
+	}
+	fwrite(bytes, 1, size, it->stream);
+	if (!finish_draft(it))
+		return false;
+	if (!commit_draft(it)) {
+		drop_draft(it);
+		return false;
+	}
+	if (access && !is_beside && !give_access_to(it->target, access))
+		return false;
+	return sync_folder_of(it->target);
 }
 
 bool replace_whole(const char *path, const char *bytes, size_t size, const file_access *access)
 {
-	char followed[PATH_MAX], draft[PATH_MAX];
-	const char *target = follow_links(path, followed);
-	file_access old = find_access(target);
-	if (!access)
-		access = &old;
-	if (!write_draft(draft, target, bytes, size, access))
-		return is_place_closed() && write_in_place(target, bytes, size, access);
-	if (rename(draft, target) == 0)
-		return sync_folder_of(target);
-	int reason = errno;
-	unlink(draft);
-	errno = reason;
-	return is_place_closed() && write_in_place(target, bytes, size, access);
+	draft it;
+	struct stat info;
+	bool is_new = stat(path, &info) != 0 && errno == ENOENT;
+	bool opened = is_new ? create_draft(&it, path) : open_draft(&it, path);
+	return opened && put_draft(&it, bytes, size, access);
 }
 
 bool remove_whole(const char *path)
 {
 	char followed[PATH_MAX];
-	const char *target = follow_links(path, followed);
+	const char *target = realpath(path, followed) ? followed : path;
 	if (unlink(target) != 0 && errno != ENOENT)
 		return false;
 	return sync_folder_of(target) || errno == ENOENT;

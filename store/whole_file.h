@@ -15,11 +15,10 @@ struct file_access {
  * with errno set; EINVAL for what is no regular file. access may be null. */
 char *read_whole(const char *path, size_t *size, file_access *access);
 
-/* Gives the file at path these bytes: a draft beside it is renamed when it is whole on the disk. A
- * link stays a link. access null: as it was, or that of a plain create. Only root can give another
- * owner. In a folder that takes no draft, or where the file alone is mounted, it is written in
- * place. Returns false with errno set when that cannot be: the file is as it was, or, written in
- * place, in parts. */
+/* Gives the file at path these bytes, by a draft (store/draft.h), and makes the name last. access
+ * null: as it was, or that of a plain create; only root can give another owner. Returns false with
+ * errno set when that cannot be: the file is as it was, or, where it was written in place and cut,
+ * in parts. */
 bool replace_whole(const char *path, const char *bytes, size_t size, const file_access *access);
 
 /* Removes the file at path, one that is not there included. False with errno set. */
