@@ -1,5 +1,6 @@
 /* All stores and descriptions as one text, in the format of store/kept_text.cpp: without their
  * access, for the router that takes them in has its own. */
+#include <ctype.h>
 #include <errno.h>
 #include <stdlib.h>
 #include <string.h>
@@ -101,7 +102,8 @@ static bundle_fault name_fault(const char *bytes, size_t size)
 	const size_t word = strlen(FIRST_WORD), line = strlen(FIRST_LINE);
 	if (size < word || memcmp(bytes, FIRST_WORD, word) != 0)
 		return BUNDLE_ALIEN;
-	bool known = size > line && memcmp(bytes, FIRST_LINE, line) == 0 && bytes[line] == '\n';
+	bool known = size >= line && memcmp(bytes, FIRST_LINE, line) == 0 &&
+		     !(size > line && isdigit(static_cast<unsigned char>(bytes[line])));
 	return known ? BUNDLE_DAMAGED : BUNDLE_OTHER_VERSION;
 }
 
