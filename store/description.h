@@ -2,9 +2,11 @@
 #ifndef STORE_DESCRIPTION_H
 #define STORE_DESCRIPTION_H
 
-#include <stddef.h>
+enum { DESC_LINE_SIZE = 100 }; // bytes, the terminating NUL included
 
-const size_t DESC_LINE_SIZE = 100; // bytes, the terminating NUL included
+#ifdef __cplusplus
+extern "C" {
+#endif
 
 /* The description of the object id of a kind ("policy", "port", "ip"), as a heap copy of the
  * first line of its file, LF included: at most 99 bytes, empty for an empty file. Null when
@@ -16,5 +18,9 @@ char *read_desc(const char *id, const char *kind);
  * no path for it, tells the user "Can not open description file" and returns 0, and the old one
  * stays. A text that the disk did not take is told on standard error too. */
 int write_desc(const char *id, const char *kind, const char *desc);
+
+#ifdef __cplusplus
+}
+#endif
 
 #endif

@@ -1,22 +1,36 @@
 /* The objects of the QoS store in memory: plain structures of string pointers, null where a
  * field is missing. Strings that a loader stores are heap copies that are never freed, for every
- * run is one compile or one web request. */
+ * run is one compile or one web request. Who uses them may be written in C. */
 #ifndef STORE_RECORDS_H
 #define STORE_RECORDS_H
+
+#include <stdbool.h>
 
 #include <cfl.h>
 
 #include "text.h"
 
+#ifdef __cplusplus
+extern "C" {
+#endif
+
 /* Greatest numbers of values. The null that ends a list is not counted: a list that is loaded has
  * one, and one that a form filled to its end has none. */
-const int BANDS_MAX = 3;          // of a policy
-const int FILTERS_MAX = 64;       // of either list of a class form
-const int LOADED_FILTERS_MAX = 2 * FILTERS_MAX - 1; // of a loaded class or band
-const int DAYS = 7;               // Sunday is 0
-const int SLOTS_MAX = 4;          // of a class form's schedule
-const int LOADED_SLOTS_MAX = SLOTS_MAX - 1; // of a loaded class; the page shows as many
-const int LIST_ENTRIES_MAX = 17;  // of a port or address list
+enum {
+	BANDS_MAX = 3,         // of a policy
+	FILTERS_MAX = 64,      // of either list of a class form
+	LOADED_FILTERS_MAX = 2 * FILTERS_MAX - 1, // of a loaded class or band
+	DAYS = 7,              // Sunday is 0
+	SLOTS_MAX = 4,         // of a class form's schedule
+	LOADED_SLOTS_MAX = SLOTS_MAX - 1, // of a loaded class; the page shows as many
+	LIST_ENTRIES_MAX = 17, // of a port or address list
+};
+
+typedef struct policy_rec policy_rec;
+typedef struct class_rec class_rec;
+typedef struct filter_rec filter_rec;
+typedef struct port_rec port_rec;
+typedef struct ip_rec ip_rec;
 
 struct policy_rec {
 	char *id; // the interface's name with '_' for '/'
@@ -54,8 +68,8 @@ struct class_rec {
 	char *unuse_filter_id[FILTERS_MAX]; // of a form: filters that are handed back
 	char *time_enable[SLOTS_MAX];
 	char *dow[DAYS][SLOTS_MAX]; // the day's digit where the day is selected
-	char *start_hour[2 * SLOTS_MAX];
-	char *end_hour[2 * SLOTS_MAX];
+	char *start_hour[2 * SLOTS_MAX]; // the record has room for eight hours, as its other users
+	char *end_hour[2 * SLOTS_MAX];   // lay it out; a schedule uses the first SLOTS_MAX
 	char *time_rate[SLOTS_MAX];
 	char *time_rate_unit[SLOTS_MAX];
 	char *time_burst[SLOTS_MAX];
@@ -98,7 +112,7 @@ struct ip_rec {
 };
 
 /* Entry n of a loaded class's list of filters, n from 0 to LOADED_FILTERS_MAX. */
-inline char **get_filter_slot(class_rec *rec, int n)
+static inline char **get_filter_slot(class_rec *rec, int n)
 {
 	return n < FILTERS_MAX ? &rec->filter_id[n] : &rec->unuse_filter_id[n - FILTERS_MAX];
 }
@@ -132,5 +146,9 @@ bool read_basic(cfl *store, class_rec *rec, const char *id);
 bool read_filter(cfl *store, filter_rec *rec, const char *id);
 bool read_port(cfl *store, port_rec *rec, const char *id);
 bool read_ip(cfl *store, ip_rec *rec, const char *id);
+
+#ifdef __cplusplus
+}
+#endif
 
 #endif

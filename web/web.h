@@ -1,4 +1,5 @@
-/* The web pages of the five kinds of object, as handlers for the dispatcher behind main.cgi.
+/* The web pages of the five kinds of object, as handlers for the dispatcher behind main.cgi, which
+ * may be written in C.
  *
  * A display handler prints the page with the form of object id: an empty form for MODE_NEW, the
  * object's for MODE_EDIT, and in any other mode an empty form without buttons. The policy page
@@ -27,8 +28,12 @@
 
 #include "../store/records.h"
 
-const int MODE_NEW = 0;
-const int MODE_EDIT = 3;
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+static const int MODE_NEW = 0;
+static const int MODE_EDIT = 3;
 
 /* policy.cpp */
 
@@ -43,10 +48,10 @@ int policy_delete(char *id);
 /* class.cpp */
 
 int class_display(char *id, int mode);
-void get_class_param(class_rec *rec);
 
 /* class_save.cpp: saves and updates also mark in the filter store which filters are in use. */
 
+void get_class_param(class_rec *rec);
 int class_save(void);
 int class_update(void);
 int class_delete(char *id);
@@ -74,5 +79,9 @@ void get_ip_param(ip_rec *rec);
 int ip_save(void);
 int ip_update(void);
 int ip_delete(char *id);
+
+#ifdef __cplusplus
+}
+#endif
 
 #endif
