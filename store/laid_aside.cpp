@@ -51,6 +51,8 @@ bool open_change(const kept_files *files)
 		return false;
 	bool opened = replace_open_change(entry, size);
 	int reason = errno;
+	if (!opened)
+		unlink(OPEN_CHANGE); // it may be there all the same, only not for sure
 	free(entry);
 	errno = reason;
 	return opened;
