@@ -119,7 +119,7 @@ TEST(write_class, writes_the_rules_of_127_filters_and_tells_of_the_128th)
 	fresh_compiler router;
 	router.store_filter({ "1.2.3.4" }, { "5.6.7.8" }, { "0" }, { "80" });
 	const std::string rule = "RULE=1.2.3.4/32:0/0x0,5.6.7.8/32:80/0xffff;tcp.\nPRIORULE=100\n";
-	for (size_t count : { 127, 128 }) {
+	for (size_t count : { 127u, 128u }) {
 		router.store("class", router.list("c", "FILTER_ID", texts(count, "f")));
 		char id[] = "c";
 		printed told;

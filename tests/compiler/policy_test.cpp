@@ -40,7 +40,7 @@ TEST(do_policy, compiles_bands)
 
 TEST(do_policy, compiles_twelve_and_forty_policies)
 {
-	for (size_t count : { 11, 12, 40 }) {
+	for (size_t count : { 11u, 12u, 40u }) {
 		fresh_compiler router;
 		file_map interfaces, expected;
 		std::string policies;

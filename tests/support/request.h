@@ -38,9 +38,9 @@ inline request post(const std::string &body)
 inline std::string encoded(const std::string &text)
 {
 	std::string all;
-	for (unsigned char c : text) {
+	for (char c : text) {
 		char code[4];
-		snprintf(code, sizeof(code), "%%%02X", c);
+		snprintf(code, sizeof(code), "%%%02X", static_cast<unsigned char>(c));
 		all += code;
 	}
 	return all;
