@@ -1,5 +1,6 @@
 # Sourced by demo, check and bench/run. install_packages PACKAGE ... installs what is missing of
 # these Debian packages, and says so.
+# shellcheck shell=sh
 install_packages()
 {
 	missing=

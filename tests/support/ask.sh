@@ -1,5 +1,6 @@
 # Sourced by the tests behind the web server: asking it, and looking at what it answers. The test
 # has a folder $scratch for it.
+# shellcheck shell=sh disable=SC2154
 
 answer=$scratch/answer
 head=$scratch/head
@@ -66,8 +67,8 @@ ask()
 	expected=$1
 	what=$2
 	shift 2
-	status=$(curl -s -k --max-time 20 --path-as-is -o "$answer" -D "$head" -w '%{http_code}' \
-		"$@" "$what") || true
+	status=$(curl -s -k --http1.1 --max-time 20 --path-as-is -o "$answer" -D "$head" \
+		-w '%{http_code}' "$@" "$what") || true
 	sed -i -n '/^HTTP/h; /^HTTP/!H; ${x; p}' "$head" # the last, where one led to another
 	check "$what" "$expected" "$status"
 	[ "$status" = 000 ] || check_headers
