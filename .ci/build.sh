@@ -1,0 +1,46 @@
+# Sourced by demo, check and bench/run, which run on a fresh Debian 12: installs what is missing,
+# and builds.
+# shellcheck shell=sh
+
+# install_packages PACKAGE ... installs what is missing of these Debian packages, and says so. What
+# comes as a service is neither started nor switched on: the pages' web server runs when it is
+# called for, on a port of its own, and the machine may have another on port 80.
+install_packages()
+{
+	missing=
+	for package in "$@"; do
+		status=$(dpkg-query -W -f '${Status}' "$package" 2>/dev/null) || status=
+		[ "$status" = "install ok installed" ] || missing="$missing $package"
+	done
+	[ -n "$missing" ] || return 0
+	sudo=
+	[ "$(id -u)" = 0 ] || sudo=sudo
+	echo "== installing:$missing"
+	# shellcheck disable=SC2086
+	$sudo sh .ci/install $missing > /dev/null ||
+		{ echo "cannot install:$missing" >&2; return 1; }
+}
+
+# build_in FOLDER [CMAKE OPTION ...] builds in the folder. One that was made for another source
+# tree, or for another way to build, stays as it is: it may be somebody's.
+build_in()
+{
+	folder=$1
+	shift
+	echo "== building in $folder"
+	if [ -f "$folder/CMakeCache.txt" ]; then
+		source=$(sed -n 's/^CMAKE_HOME_DIRECTORY:INTERNAL=//p' "$folder/CMakeCache.txt")
+		generator=$(sed -n 's/^CMAKE_GENERATOR:INTERNAL=//p' "$folder/CMakeCache.txt")
+		source=$(CDPATH='' cd -- "$source" 2> /dev/null && pwd -P) || source=elsewhere
+		[ "$source $generator" = "$(pwd -P) Unix Makefiles" ] || {
+			echo "$folder was made for another source tree or with another generator:" \
+				"remove it, and run this again" >&2
+			return 1
+		}
+	fi
+	mkdir -p "$folder"
+	{
+		cmake -S . -B "$folder" -G 'Unix Makefiles' "$@" &&
+		cmake --build "$folder" -j "$(nproc)"
+	} > "$folder/log" 2>&1 || { cat "$folder/log"; return 1; }
+}
