@@ -416,11 +416,12 @@ static bool insert_line(cfl *file, size_t offset, const char *line, size_t size)
 
 /* --- reading --- */
 
-/* Reads all of fd; *size receives the bytes. Returns null when a read fails or memory is short. */
+/* Reads all of fd; *size receives the bytes. Returns null when it is no regular file, a read fails
+ * or memory is short. */
 static char *read_all(int fd, size_t *size)
 {
 	struct stat info;
-	if (fstat(fd, &info) != 0)
+	if (fstat(fd, &info) != 0 || !S_ISREG(info.st_mode))
 		return nullptr;
 	// One byte more than the file has, so that the text need not grow to see its end.
 	size_t capacity = (info.st_size > 0 ? static_cast<size_t>(info.st_size) : 0) + 1;
@@ -481,7 +482,8 @@ static cfl *make_file(char *text, size_t size)
 
 cfl *cfl_read(const char *path)
 {
-	int fd = path ? open(path, O_RDONLY | O_CLOEXEC) : -1;
+	// A named pipe would keep the caller waiting for whoever writes to it.
+	int fd = path ? open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK) : -1;
 	if (fd < 0)
 		return nullptr;
 	size_t size = 0;

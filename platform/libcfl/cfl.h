@@ -33,7 +33,7 @@ extern "C" {
 typedef struct cfl cfl;
 
 /* Reads the whole file at path. Returns a handle that cfl_free releases, or null when the path
- * cannot be opened or read to its end (a directory cannot) or memory is short. */
+ * cannot be opened or read to its end, leads to no regular file, or memory is short. */
 cfl *cfl_read(const char *path);
 
 /* Reads size bytes of text as cfl_read reads those of a file; they are copied. */
