@@ -4,15 +4,16 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/stat.h>
 
 #include "../store/message.h"
 #include "../store/text.h"
+#include "regular_file.h"
 #include "shell.h"
 
 static const char DEVICE_REPORT[] = "/tmp/qos_devinfo";
 static const char PVC_LIST[] = "/etc/script/pvc.info";
 
-static const char NAME_MARKS[] = "_./:@-"; // in names of interfaces and devices
 static const size_t COMMAND_SIZE = 112; // leaves 38 characters for the name of an interface
 static const size_t LINE_SIZE = 1024;
 static const size_t DEVICE_NAME_MAX = 15;    // characters, as in the kernel
@@ -70,7 +71,7 @@ static int read_device(FILE *report, const char *interface, char **device)
 
 	char *value = cut_value(line);
 	printf("[[[[ value : %s ]]]]\n", value);
-	if (strlen(value) > DEVICE_NAME_MAX || !holds_only(value, NAME_MARKS)) {
+	if (strlen(value) > DEVICE_NAME_MAX || !is_harmless(value, NAME_MARKS)) {
 		qos_warn("%s: '%s' is no name of a device", interface, value);
 		return 0;
 	}
@@ -78,6 +79,15 @@ static int read_device(FILE *report, const char *interface, char **device)
 	// The trace of the result's place: no text stands there, and it shows as empty.
 	printf("[[[[ dev : %s ]]]]\n", "");
 	return 1;
+}
+
+/* The command shell writes the report, and would wait for ever for who reads a named pipe in its
+ * place, or write to where a link leads. Returns false when such a thing cannot be removed. */
+static bool clear_report()
+{
+	struct stat info;
+	return lstat(DEVICE_REPORT, &info) != 0 || S_ISREG(info.st_mode) ||
+	       remove(DEVICE_REPORT) == 0;
 }
 
 int get_dev_name(const char *name, char **device)
@@ -88,15 +98,19 @@ int get_dev_name(const char *name, char **device)
 			      "/usr/local/sbin/imish -e \"show intfinfo %s > /tmp/qos_devinfo\" "
 			      "2> /dev/null",
 			      name);
-	if (!fits(length, sizeof(command)) || !holds_only(name, NAME_MARKS)) {
+	if (!fits(length, sizeof(command)) || !is_harmless(name, NAME_MARKS)) {
 		qos_warn("%s: no name of an interface", name);
+		return 0;
+	}
+	if (!clear_report()) {
+		qos_warn("%s: %s is in the way of the report", name, DEVICE_REPORT);
 		return 0;
 	}
 	// What counts is the report: the command shell's exit status says nothing about it.
 	if (system(command) == -1)
 		qos_warn("%s: cannot start a shell", name);
 
-	FILE *report = fopen(DEVICE_REPORT, "r");
+	FILE *report = open_regular_file(DEVICE_REPORT);
 	if (!report)
 		return 0;
 	int found = read_device(report, name, device);
@@ -106,7 +120,7 @@ int get_dev_name(const char *name, char **device)
 
 int read_pvc_info(char **pvc)
 {
-	FILE *list = fopen(PVC_LIST, "r");
+	FILE *list = open_regular_file(PVC_LIST);
 	if (!list)
 		return 0;
 	char line[LINE_SIZE];

@@ -18,8 +18,9 @@ void replace_slash(char *name);
 /* Asks the command shell for the device of an interface (name in device form). Returns 1 and
  * sets *device to a heap string of at most 15 characters; or returns 0 and leaves *device alone
  * when the report names no device, or when either name is longer than a router's can be (38 and
- * 15 characters) or holds anything but letters, digits and "_./:@-": only such names are given
- * to a shell. An old report is read again when the command shell leaves none. */
+ * 15 characters), holds anything but letters, digits and "_./:@-", or begins with one of "./:@-":
+ * no other name is given to a shell. An old report is read again when the command shell leaves
+ * none; what stands in its place and is no regular file is removed before. */
 int get_dev_name(const char *name, char **device);
 
 /* Reads the PVC of the PVC list. Returns 1 and sets *pvc to a heap string, or 0. */

@@ -10,6 +10,7 @@
 #include "../store/message.h"
 #include "../store/ranges.h"
 #include "../store/trace.h"
+#include "regular_file.h"
 #include "shell.h"
 #include "steps.h"
 
@@ -104,7 +105,7 @@ static void load_filter(filter_set *set, char *id)
 
 static bool is_nat_on()
 {
-	FILE *file = fopen(NAT_SWITCH, "r");
+	FILE *file = open_regular_file(NAT_SWITCH);
 	if (!file)
 		return false;
 	fclose(file);
@@ -114,11 +115,12 @@ static bool is_nat_on()
 /* Asks the router whether it translates this source address on the policy's device. */
 static bool is_translated(const char *entry, bool nat_on)
 {
-	if (!holds_only(entry, ENTRY_MARKS))
+	const char *device = text(g_cur_dev);
+	if (!is_harmless(entry, ENTRY_MARKS) || !is_harmless(device, NAME_MARKS))
 		return false;
 	char command[NAT_COMMAND_SIZE];
 	int length = snprintf(command, sizeof(command),
-			      "/usr/local/sbin/qos_config/check_nat.sh %s %s", g_cur_dev, entry);
+			      "/usr/local/sbin/qos_config/check_nat.sh %s %s", device, entry);
 	if (!fits(length, sizeof(command))) {
 		qos_warn("'%.40s...' is too long for the NAT test", entry);
 		return false;

@@ -113,6 +113,13 @@ static const struct {
 	{ "DEVICE=\"a*\"\n", "(none)" },
 	{ "DEVICE=\"a\\\"\n", "(none)" },
 	{ "DEVICE=\"n\xc3\xa4s0\"\n", "(none)" },
+	{ "DEVICE=\"-nas0\"\n", "(none)" },
+	{ "DEVICE=\".nas0\"\n", "(none)" },
+	{ "DEVICE=\"/nas0\"\n", "(none)" },
+	{ "DEVICE=\":0\"\n", "(none)" },
+	{ "DEVICE=\"@0\"\n", "(none)" },
+	{ "DEVICE=\"_0\"\n", "_0" },
+	{ "DEVICE=\"0\"\n", "0" },
 	{ "A=bcde=DEVICE\"\n", "(none)" }, // the value starts behind the first '='
 	// lines are read in pieces of 1023 characters
 	{ std::string(1023, '#') + "DEVICE=\"nas0\"\n", "nas0" },
@@ -215,6 +222,7 @@ TEST(get_dev_name, gives_no_shell_a_name_that_is_more_than_a_name)
 		"$(" + touch + ")", "`" + touch + "`", "\";" + touch + ";\"", "\"&" + touch + "\"",
 		"\"|" + touch + "|\"", "\"\n" + touch + "\n\"", "a;" + touch, "a\n" + touch,
 		"LAN1 LAN2", "LAN1>" + MARKER, "${IFS}", "LAN*", "LAN?", "~root", "L\\1", "L'1'",
+		"-e", ".", "../LAN1", "/LAN1", ":1", "@a", " LAN1",
 		"LAN1#", "LAN=1", "LAN1,2", "LAN(1)", "{a}", "!1", "%1", "^1", "L\t1", "L\xc3\xa4N",
 	};
 	for (const std::string &name : names) {
@@ -224,7 +232,8 @@ TEST(get_dev_name, gives_no_shell_a_name_that_is_more_than_a_name)
 		EXPECT_FALSE(has_file(MARKER));
 		EXPECT_FALSE(has_file(ASKED));
 	}
-	EXPECT_EQ(device_of("aZ09_./:@-"), "nas0");
+	for (const char *name : { "aZ09_./:@-", "_a", "9a", "Z" })
+		EXPECT_EQ(device_of(name), "nas0") << name;
 }
 
 TEST(get_dev_name, reads_the_report_whatever_the_exit_status)
@@ -254,6 +263,45 @@ TEST(get_dev_name, finds_nothing_without_a_report)
 {
 	fresh_router router;
 	EXPECT_EQ(device_of("LAN1"), "(none)");
+}
+
+/* The command shell writes where the report is: it would wait for a reader of a pipe. */
+TEST(get_dev_name, removes_what_is_no_report_before_the_command_shell_is_started)
+{
+	for (const char *what : NOT_FILES) {
+		SCOPED_TRACE(what);
+		fresh_router router;
+		put_no_file(REPORT, what);
+		answer("DEVICE=\"nas0\"\n");
+		without_hanging([] { EXPECT_EQ(device_of("LAN1"), "nas0"); });
+		EXPECT_TRUE(std::filesystem::is_regular_file(
+			std::filesystem::symlink_status(REPORT)));
+	}
+	fresh_router router; // a link would lead the report elsewhere
+	write_file(SCRATCH + "precious", "kept\n");
+	std::filesystem::create_symlink(SCRATCH + "precious", REPORT);
+	answer("DEVICE=\"nas0\"\n");
+	EXPECT_EQ(device_of("LAN1"), "nas0");
+	EXPECT_EQ(read_file(SCRATCH + "precious"), "kept\n");
+}
+
+TEST(get_dev_name, starts_no_command_shell_when_what_is_in_the_way_cannot_be_removed)
+{
+	fresh_router router;
+	answer("DEVICE=\"nas0\"\n");
+	std::filesystem::create_directories(REPORT + "/sub");
+	char *device = nullptr;
+	printed told = printed_by([&] { EXPECT_EQ(get_dev_name("LAN1", &device), 0); });
+	EXPECT_EQ(device, nullptr);
+	EXPECT_EQ(count_lines(told.err), 1u);
+	EXPECT_FALSE(has_file(ASKED));
+}
+
+TEST(get_dev_name, finds_nothing_when_the_command_shell_leaves_no_file)
+{
+	fresh_router router;
+	write_program(COMMAND_SHELL, "mkfifo " + REPORT + "\n");
+	without_hanging([] { EXPECT_EQ(device_of("LAN1"), "(none)"); });
 }
 
 static const struct {
@@ -290,6 +338,11 @@ TEST(read_pvc_info, finds_nothing_without_a_list)
 {
 	fresh_router router;
 	char *pvc = nullptr;
+	for (const char *what : NOT_FILES) {
+		put_no_file(PVC_LIST, what);
+		without_hanging([&] { EXPECT_EQ(read_pvc_info(&pvc), 0) << what; });
+	}
+	std::filesystem::remove_all(PVC_LIST);
 	EXPECT_EQ(read_pvc_info(&pvc), 0);
 	EXPECT_EQ(pvc, nullptr);
 }

@@ -88,6 +88,34 @@ TEST(do_rule, looks_at_the_nat_switch_once_at_its_start)
 	EXPECT_EQ(router.rules_of({ "f" }), PLAIN);
 }
 
+TEST(do_rule, takes_a_switch_that_is_no_file_for_none)
+{
+	for (const char *what : NOT_FILES) {
+		SCOPED_TRACE(what);
+		fresh_compiler router;
+		write_program(NAT_TEST, "exit 1\n");
+		put_no_file(NAT_SWITCH, what);
+		store_any_to_ports(router);
+		without_hanging([&] { EXPECT_EQ(router.rules_of({ "f" }), PLAIN); });
+	}
+}
+
+TEST(do_rule, gives_the_nat_test_no_device_that_is_none)
+{
+	fresh_compiler router;
+	router.translate(NOTE + "exit 1\n");
+	store_any_to_ports(router);
+	char command[] = "$(id)", option[] = "-x";
+	for (char *device : { command, option }) {
+		g_cur_dev = device;
+		EXPECT_EQ(router.rules_of({ "f" }), PLAIN);
+	}
+	EXPECT_FALSE(has_file(ASKED));
+	g_cur_dev = nullptr;
+	EXPECT_EQ(router.rules_of({ "f" }), TRANSLATED);
+	EXPECT_EQ(read_file(ASKED), "1|192.168.1.0\n");
+}
+
 TEST(do_rule, asks_for_each_source_once_a_filter_with_the_device_and_the_entry)
 {
 	fresh_compiler router;
@@ -272,6 +300,13 @@ TEST(do_rule, gives_the_nat_test_no_entry_with_more_than_letters_digits_blanks_a
 			  "RULE=192.168.1.1/32:0/0x0,10.0.0.5/32:0/0x0;tcp.\nPRIORULE=100\n");
 		EXPECT_FALSE(has_file(MARKER));
 		EXPECT_FALSE(has_file(ASKED));
+	}
+	for (const char *entry : { "-9", ".1", "/x", ":1", " -9", "\t/x" }) {
+		fresh_compiler router;
+		router.translate(NOTE + "exit 1\n");
+		router.store_filter({ entry }, { "10.0.0.5" }, { "0" }, { "0" });
+		EXPECT_EQ(router.rules_of({ "f" }), "");
+		EXPECT_FALSE(has_file(ASKED)) << entry;
 	}
 	fresh_compiler router;
 	router.translate(NOTE + "exit 1\n");

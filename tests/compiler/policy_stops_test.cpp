@@ -189,3 +189,24 @@ TEST(do_policy, tells_of_a_full_disk_once_a_script_and_goes_on)
 	EXPECT_EQ(read_file(SCRIPTS + "nas1-2.root"), "RATE=1\n");
 	EXPECT_EQ(read_file(SCRIPTS + "nas2-2.root"), "");
 }
+
+/* Each would keep the run waiting for ever if it were opened as a file is. */
+TEST(do_policy, takes_a_store_that_is_no_file_for_one_that_cannot_be_read)
+{
+	for (const char *what : NOT_FILES) {
+		SCOPED_TRACE(what);
+		small_office router;
+		router.store("policy", policy("LAN1") + policy("LAN2", "spq"));
+		router.store("class", "[root]\nFILTER_ID[0]=f\n");
+		router.store_filter({ "1.2.3.4" }, { "5.6.7.8" }, { "0" }, { "0" });
+		for (const char *kind : { "port", "ip", "filter", "basic", "class", "policy" }) {
+			put_no_file(STORES + kind, what);
+			without_hanging([&] {
+				EXPECT_EQ(compile(router).result,
+					  kind == std::string("policy") ? 0
+					  : kind == std::string("basic") ||
+						    kind == std::string("class") ? -1 : 1);
+			});
+		}
+	}
+}

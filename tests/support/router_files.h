@@ -6,6 +6,9 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -41,6 +44,38 @@ inline std::string read_file(const std::string &path)
 inline bool has_file(const std::string &path)
 {
 	return std::filesystem::exists(path);
+}
+
+/* What can stand where a file is expected and is none. */
+const char *const NOT_FILES[] = { "pipe", "socket", "folder", "link to /dev/zero" };
+
+/* Puts one of NOT_FILES at path. */
+inline void put_no_file(const std::string &path, const std::string &what)
+{
+	std::filesystem::remove_all(path);
+	if (what == "pipe") {
+		ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+	} else if (what == "folder") {
+		std::filesystem::create_directories(path);
+	} else if (what == "socket") {
+		sockaddr_un address = {};
+		address.sun_family = AF_UNIX;
+		ASSERT_LT(path.size(), sizeof(address.sun_path));
+		strcpy(address.sun_path, path.c_str());
+		int fd = socket(AF_UNIX, SOCK_STREAM, 0);
+		ASSERT_EQ(bind(fd, reinterpret_cast<sockaddr *>(&address), sizeof(address)), 0);
+		close(fd);
+	} else {
+		std::filesystem::create_symlink("/dev/zero", path);
+	}
+}
+
+/* Ends the test program when body() takes longer than the slowest of them can. */
+template <typename block> void without_hanging(block body)
+{
+	alarm(30);
+	body();
+	alarm(0);
 }
 
 /* Makes a shell script of these lines. */
@@ -132,7 +167,7 @@ public:
 		     { DESCRIPTIONS, SCRIPTS, std::string("/etc/autorun"), SCRATCH,
 		       std::string("/usr/local/sbin/qos_config") })
 			std::filesystem::create_directories(folder);
-		std::filesystem::remove("/tmp/qos_devinfo");
+		std::filesystem::remove_all("/tmp/qos_devinfo");
 		std::filesystem::remove("/etc/script/pvc.info");
 	}
 
