@@ -11,6 +11,7 @@
 #include "../store/trace.h"
 #include "compiler.h"
 #include "device.h"
+#include "reference.h"
 #include "steps.h"
 
 static const size_t DEVICE_PATH_SIZE = 128;
@@ -29,7 +30,7 @@ struct bound_policy {
 enum outcome {
 	SKIPPED,  // no device script was opened
 	COMPILED, // one was
-	STOPPED,  // one was, but the run cannot go on
+	STOPPED,  // one was, but the run cannot go on, and why is told
 };
 
 /* Section position p is entry p - 2; an entry without a name ends the list. */
@@ -48,31 +49,52 @@ static void resolve_devices(cfl *store, int count, bound_policy *policies)
 	}
 }
 
-/* Counts the sections of the store at path; false when it cannot be read. */
-static bool count_sections(const char *path, int *count)
+/* Ends the run at a policy, and says why. */
+static outcome stop_at(const bound_policy *policy, const char *reason)
+{
+	qos_warn("policy %s: %s, the run ends here", policy->name, reason);
+	return STOPPED;
+}
+
+static void tell_absent(cfl *store, const char *path, const bound_policy *policy,
+			const char *what, const char *id)
+{
+	if (id && !has_object(store, id))
+		qos_warn("policy %s: its %s '%s' is not in the %s store", policy->name, what, id,
+			 get_store_word(path));
+}
+
+/* Counts the sections of the store at path, where the policy's classes are; false when it cannot
+ * be read. default_class is null where it is not looked for. */
+static bool count_sections(const char *path, int *count, const bound_policy *policy,
+			   const char *root_class, const char *default_class)
 {
 	cfl *store = cfl_read(path);
 	if (!store)
 		return false;
 	*count = cfl_get_sections_count(store);
+	tell_absent(store, path, policy, "root class", root_class);
+	tell_absent(store, path, policy, "default class", default_class);
 	cfl_free(store);
 	return true;
 }
 
-static outcome compile_priority_policy(script *file, char *device, const policy_rec *rec)
+static outcome compile_priority_policy(script *file, const bound_policy *policy,
+				       const policy_rec *rec)
 {
 	fprintf(file->stream, "QDISC=spq\n");
 	close_script(file);
 	TRACE("do_policy");
-	if (!count_sections(BASIC_STORE, &g_basic_count))
-		return STOPPED;
+	if (!count_sections(BASIC_STORE, &g_basic_count, policy, rec->root_class, nullptr))
+		return stop_at(policy, "the basic store cannot be read");
 	TRACE("do_policy");
-	g_cur_dev = device;
-	do_spq(device, rec->root_class, 0, ROOT_MINOR);
+	g_cur_dev = policy->device;
+	do_spq(policy->device, rec->root_class, 0, ROOT_MINOR);
 	return COMPILED;
 }
 
-static outcome compile_tree_policy(script *file, char *device, const policy_rec *rec)
+static outcome compile_tree_policy(script *file, const bound_policy *policy,
+				   const policy_rec *rec)
 {
 	fprintf(file->stream, "QDISC=htb\n");
 	fprintf(file->stream, "DEFAULT=%d\n", DEFAULT_MINOR);
@@ -80,12 +102,22 @@ static outcome compile_tree_policy(script *file, char *device, const policy_rec 
 		fprintf(file->stream, "R2Q=%s\n", rec->r2q);
 	close_script(file);
 	TRACE("do_policy");
-	if (!count_sections(CLASS_STORE, &g_class_count))
-		return STOPPED;
+	if (!count_sections(CLASS_STORE, &g_class_count, policy, rec->root_class,
+			    rec->default_class))
+		return stop_at(policy, "the class store cannot be read");
 	TRACE("do_policy");
-	g_cur_dev = device;
-	do_class(device, rec->root_class, nullptr, ROOT_MINOR, rec->default_class);
+	g_cur_dev = policy->device;
+	do_class(policy->device, rec->root_class, nullptr, ROOT_MINOR, rec->default_class);
 	return COMPILED;
+}
+
+/* A policy of no discipline that is known leaves its device script empty. */
+static outcome compile_unknown_policy(script *file, const bound_policy *policy,
+				      const policy_rec *rec)
+{
+	close_script(file);
+	return stop_at(policy, rec->qdisc ? "its discipline is neither htb nor spq"
+					  : "it has no discipline");
 }
 
 /* rec is shared by all policies: one that cannot be loaded is compiled as the one before it. */
@@ -101,8 +133,10 @@ static outcome compile_policy(const bound_policy *policy, policy_rec *rec)
 	}
 	replace_slash(policy->device);
 	TRACE("do_policy");
-	if (!rec->root_class)
+	if (!rec->root_class) {
+		qos_warn("policy %s: no root class, left out", policy->name);
 		return SKIPPED;
+	}
 	script file;
 	bool open = open_script(&file, policy->device, DEVICE_PATH_SIZE);
 	replace(policy->device);
@@ -110,11 +144,10 @@ static outcome compile_policy(const bound_policy *policy, policy_rec *rec)
 		return SKIPPED;
 	TRACE("do_policy");
 	if (rec->qdisc && strcmp(rec->qdisc, "spq") == 0)
-		return compile_priority_policy(&file, policy->device, rec);
+		return compile_priority_policy(&file, policy, rec);
 	if (rec->qdisc && strcmp(rec->qdisc, "htb") == 0)
-		return compile_tree_policy(&file, policy->device, rec);
-	close_script(&file);
-	return STOPPED;
+		return compile_tree_policy(&file, policy, rec);
+	return compile_unknown_policy(&file, policy, rec);
 }
 
 static int compile_policies(const bound_policy *policies)
@@ -151,6 +184,8 @@ int do_policy(void)
 	resolve_devices(store, count, policies);
 	cfl_free(store);
 	TRACE("do_policy");
+	if (policies->name)
+		tell_absent_parents();
 	int result = compile_policies(policies);
 	TRACE("do_policy");
 	free(policies);

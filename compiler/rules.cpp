@@ -5,11 +5,14 @@
  * mark that follows it. */
 #include <stdlib.h>
 #include <string.h>
+#include <sys/wait.h>
 
 #include "../store/entries.h"
 #include "../store/message.h"
+#include "../store/paths.h"
 #include "../store/ranges.h"
 #include "../store/trace.h"
+#include "reference.h"
 #include "regular_file.h"
 #include "shell.h"
 #include "steps.h"
@@ -23,7 +26,8 @@ int g_mark = 100;
 
 namespace {
 
-/* The records of a filter and of its lists, in the order in which they are loaded. */
+/* The records of a filter and of its lists, in the order in which they are loaded. A list that the
+ * filter does not name is the one of the filter before it, and its id too. */
 struct filter_set {
 	filter_rec filter;
 	port_rec src_ports, dst_ports;
@@ -81,16 +85,21 @@ static void split_entry(address_entry *entry)
 		entry->blocks = ip_range_to_prefixes(lo, hi, entry->values, entry->prefixes);
 }
 
+/* The kinds of list, as messages call them. */
+static const char PORTS[] = "port list";
+static const char ADDRESSES[] = "address list";
+
 template <typename entry>
-static void split_list(const char *filter, char *const *texts, entry_list<entry> *list)
+static void split_list(const char *filter, const char *kind, const char *id, char *const *texts,
+		       entry_list<entry> *list)
 {
 	for (list->count = 0; texts[list->count]; list->count++) {
 		entry *at = &list->entries[list->count];
 		at->text = texts[list->count];
 		split_entry(at);
 		if (!at->valid)
-			qos_warn("filter %s: '%s' is no port or address, left out", filter,
-				 at->text);
+			qos_warn("filter %s: %s %s: '%s' is no port or address, left out", filter,
+				 kind, text(id), at->text);
 	}
 }
 
@@ -103,6 +112,57 @@ static void load_filter(filter_set *set, char *id)
 	get_ip_by_id(&set->dst_ips, set->filter.ext_ip_id);
 }
 
+static void split_lists(const filter_set *set, rule_set *rules)
+{
+	const char *id = set->filter.id;
+	rules->filter = &set->filter;
+	split_list(id, PORTS, set->src_ports.id, set->src_ports.port_list, &rules->src_ports);
+	split_list(id, PORTS, set->dst_ports.id, set->dst_ports.port_list, &rules->dst_ports);
+	split_list(id, ADDRESSES, set->src_ips.id, set->src_ips.ip_list, &rules->src_ips);
+	split_list(id, ADDRESSES, set->dst_ips.id, set->dst_ips.ip_list, &rules->dst_ips);
+}
+
+/* Tells why a list of a filter has no entry. */
+static void tell_empty_list(const char *filter, const char *what, const char *id,
+			    const char *path)
+{
+	if (!id) {
+		qos_warn("filter %s: it names no %s list, so it writes no rule", filter, what);
+		return;
+	}
+	const char *word = get_store_word(path);
+	cfl *store = cfl_read(path);
+	if (!store)
+		qos_warn("filter %s: the %s store cannot be read, so it writes no rule", filter,
+			 word);
+	else if (!has_object(store, id))
+		qos_warn("filter %s: its %s list '%s' is not in the %s store, so it writes no rule",
+			 filter, what, id, word);
+	else
+		qos_warn("filter %s: its %s list '%s' is empty, so it writes no rule", filter,
+			 what, id);
+	cfl_free(store);
+}
+
+/* Tells of a filter that is not there, and of one that cannot write a rule. */
+static void tell_filter(const char *class_id, const rule_set *rules)
+{
+	const filter_rec *filter = rules->filter;
+	if (!filter->int_port_id && !filter->ext_port_id && !filter->int_ip_id &&
+	    !filter->ext_ip_id && is_absent(FILTER_STORE, filter->id)) {
+		qos_warn("%s: its filter '%s' is not in the filter store", class_id, filter->id);
+		return;
+	}
+	if (rules->src_ports.count == 0)
+		tell_empty_list(filter->id, "source port", filter->int_port_id, PORT_STORE);
+	if (rules->dst_ports.count == 0)
+		tell_empty_list(filter->id, "destination port", filter->ext_port_id, PORT_STORE);
+	if (rules->src_ips.count == 0)
+		tell_empty_list(filter->id, "source address", filter->int_ip_id, IP_STORE);
+	if (rules->dst_ips.count == 0)
+		tell_empty_list(filter->id, "destination address", filter->ext_ip_id, IP_STORE);
+}
+
 static bool is_nat_on()
 {
 	FILE *file = open_regular_file(NAT_SWITCH);
@@ -110,6 +170,15 @@ static bool is_nat_on()
 		return false;
 	fclose(file);
 	return true;
+}
+
+/* Whether a program was started and ended by itself; a shell answers for one that is not there or
+ * cannot be started by the two numbers. */
+static bool has_run(int state)
+{
+	const int not_executable = 126, not_there = 127;
+	return state != -1 && WIFEXITED(state) && WEXITSTATUS(state) != not_executable &&
+	       WEXITSTATUS(state) != not_there;
 }
 
 /* Asks the router whether it translates this source address on the policy's device. */
@@ -125,8 +194,12 @@ static bool is_translated(const char *entry, bool nat_on)
 		qos_warn("'%.40s...' is too long for the NAT test", entry);
 		return false;
 	}
-	int state = system(command) >> 8;
-	return nat_on && state == NAT_TRANSLATED;
+	int state = system(command);
+	if (!has_run(state)) {
+		qos_warn("'%s': the NAT test could not be run, taken for not translated", entry);
+		return false;
+	}
+	return nat_on && WEXITSTATUS(state) == NAT_TRANSLATED;
 }
 
 static void write_priority(FILE *script, const filter_rec *filter)
@@ -245,11 +318,8 @@ int do_rule(FILE *script, class_rec rec)
 	for (int n = 0; char *id = *get_filter_slot(&rec, n); n++) {
 		load_filter(&set, id);
 		TRACE("do_rule");
-		rules.filter = &set.filter;
-		split_list(id, set.src_ports.port_list, &rules.src_ports);
-		split_list(id, set.dst_ports.port_list, &rules.dst_ports);
-		split_list(id, set.src_ips.ip_list, &rules.src_ips);
-		split_list(id, set.dst_ips.ip_list, &rules.dst_ips);
+		split_lists(&set, &rules);
+		tell_filter(text(rec.id), &rules);
 		write_filter(script, &rules, nat_on);
 	}
 	TRACE("do_rule");
