@@ -3,24 +3,16 @@
  * one line for every combination of blocks. Where the router translates the source address, the
  * kernel's classifier no longer sees it: the rule is then one for the firewall, which sets the
  * mark that follows it. */
-#include <stdlib.h>
 #include <string.h>
-#include <sys/wait.h>
 
 #include "../store/entries.h"
 #include "../store/message.h"
 #include "../store/paths.h"
 #include "../store/ranges.h"
 #include "../store/trace.h"
+#include "nat.h"
 #include "reference.h"
-#include "regular_file.h"
-#include "shell.h"
 #include "steps.h"
-
-static const char NAT_SWITCH[] = "/etc/autorun/nat_on";
-static const char ENTRY_MARKS[] = " \t./:-"; // in entries that the NAT test is given
-static const size_t NAT_COMMAND_SIZE = 1024;
-static const int NAT_TRANSLATED = 1; // exit status of the NAT test
 
 int g_mark = 100;
 
@@ -161,45 +153,6 @@ static void tell_filter(const char *class_id, const rule_set *rules)
 		tell_empty_list(filter->id, "source address", filter->int_ip_id, IP_STORE);
 	if (rules->dst_ips.count == 0)
 		tell_empty_list(filter->id, "destination address", filter->ext_ip_id, IP_STORE);
-}
-
-static bool is_nat_on()
-{
-	FILE *file = open_regular_file(NAT_SWITCH);
-	if (!file)
-		return false;
-	fclose(file);
-	return true;
-}
-
-/* Whether a program was started and ended by itself; a shell answers for one that is not there or
- * cannot be started by the two numbers. */
-static bool has_run(int state)
-{
-	const int not_executable = 126, not_there = 127;
-	return state != -1 && WIFEXITED(state) && WEXITSTATUS(state) != not_executable &&
-	       WEXITSTATUS(state) != not_there;
-}
-
-/* Asks the router whether it translates this source address on the policy's device. */
-static bool is_translated(const char *entry, bool nat_on)
-{
-	const char *device = text(g_cur_dev);
-	if (!is_harmless(entry, ENTRY_MARKS) || !is_harmless(device, NAME_MARKS))
-		return false;
-	char command[NAT_COMMAND_SIZE];
-	int length = snprintf(command, sizeof(command),
-			      "/usr/local/sbin/qos_config/check_nat.sh %s %s", device, entry);
-	if (!fits(length, sizeof(command))) {
-		qos_warn("'%.40s...' is too long for the NAT test", entry);
-		return false;
-	}
-	int state = system(command);
-	if (!has_run(state)) {
-		qos_warn("'%s': the NAT test could not be run, taken for not translated", entry);
-		return false;
-	}
-	return nat_on && WEXITSTATUS(state) == NAT_TRANSLATED;
 }
 
 static void write_priority(FILE *script, const filter_rec *filter)
