@@ -69,6 +69,17 @@ struct cfl {
 
 /* --- memory --- */
 
+static const int NO_MEMORY_STATUS = 255;
+
+/* A value that went missing would be taken for one that is not there, and acted upon. */
+[[noreturn]] static void end_without_memory()
+{
+	fputs("libcfl: no memory\n", stderr);
+	fflush(stdout);
+	_exit(NO_MEMORY_STATUS); // what a stream has in its buffer stays unwritten
+}
+
+/* Returns null when memory is short. */
 static char *take_from_arena(cfl *file, size_t size)
 {
 	chunk *top = file->arena;
@@ -131,8 +142,9 @@ static size_t decode(const char *raw, size_t length, char *out)
 static char *decoded_copy(cfl *file, const char *raw, size_t length)
 {
 	char *copy = take_from_arena(file, length + 1);
-	if (copy)
-		decode(raw, length, copy);
+	if (!copy)
+		end_without_memory();
+	decode(raw, length, copy);
 	return copy;
 }
 
@@ -416,8 +428,8 @@ static bool insert_line(cfl *file, size_t offset, const char *line, size_t size)
 
 /* --- reading --- */
 
-/* Reads all of fd; *size receives the bytes. Returns null when it is no regular file, a read fails
- * or memory is short. */
+/* Reads all of fd; *size receives the bytes. Returns null when it is no regular file or a read
+ * fails. */
 static char *read_all(int fd, size_t *size)
 {
 	struct stat info;
@@ -426,22 +438,21 @@ static char *read_all(int fd, size_t *size)
 	// One byte more than the file has, so that the text need not grow to see its end.
 	size_t capacity = (info.st_size > 0 ? static_cast<size_t>(info.st_size) : 0) + 1;
 	char *text = static_cast<char *>(malloc(capacity));
-	*size = 0;
-	while (text) {
-		ssize_t got = read(fd, text + *size, capacity - *size);
-		if (got == 0)
-			return text;
-		if (got < 0)
-			break;
+	if (!text)
+		end_without_memory();
+	ssize_t got;
+	for (*size = 0; (got = read(fd, text + *size, capacity - *size)) > 0;) {
 		*size += static_cast<size_t>(got);
 		if (*size < capacity)
 			continue;
 		char *grown = static_cast<char *>(realloc(text, capacity * 2));
 		if (!grown)
-			break;
+			end_without_memory();
 		text = grown;
 		capacity *= 2;
 	}
+	if (got == 0)
+		return text;
 	free(text);
 	return nullptr;
 }
@@ -464,19 +475,17 @@ static void drop_carriage_returns(cfl *file)
 /* The file of a heap text, null for a null one; takes the text over. */
 static cfl *make_file(char *text, size_t size)
 {
-	cfl *file = text ? static_cast<cfl *>(calloc(1, sizeof(cfl))) : nullptr;
-	if (!file) {
-		free(text);
+	if (!text)
 		return nullptr;
-	}
+	cfl *file = static_cast<cfl *>(calloc(1, sizeof(cfl)));
+	if (!file)
+		end_without_memory();
 	file->text = text;
 	file->size = size;
 	file->hash_start = 2166136261u ^ static_cast<uint32_t>(getpid()) * 2654435761u;
 	drop_carriage_returns(file);
-	if (!index_sections(file)) {
-		cfl_free(file);
-		return nullptr;
-	}
+	if (!index_sections(file))
+		end_without_memory();
 	return file;
 }
 
@@ -494,9 +503,12 @@ cfl *cfl_read(const char *path)
 
 cfl *cfl_read_text(const char *text, size_t size)
 {
-	char *copy = text ? static_cast<char *>(malloc(size + 1)) : nullptr;
-	if (copy)
-		memcpy(copy, text, size);
+	if (!text)
+		return nullptr;
+	char *copy = static_cast<char *>(malloc(size + 1));
+	if (!copy)
+		end_without_memory();
+	memcpy(copy, text, size);
 	return make_file(copy, size);
 }
 
@@ -551,10 +563,10 @@ char *cfl_section_get_name_by_position(cfl *file, int position)
 		return nullptr;
 	const section *at = &file->sections[position - 2];
 	char *name = take_from_arena(file, at->length + 1);
-	if (name) {
-		memcpy(name, at->name, at->length);
-		name[at->length] = '\0';
-	}
+	if (!name)
+		end_without_memory();
+	memcpy(name, at->name, at->length);
+	name[at->length] = '\0';
 	return name;
 }
 
