@@ -101,8 +101,8 @@ bool go_back(const change_note *note, unsigned number);
 
 const size_t REVISION_SIZE = FINGERPRINT_SIZE; // bytes, the NUL included
 
-/* A fingerprint of the object: its keys and values in their order, and its description. Returns
- * false where there is no such object (ENOENT), or its store cannot be read. */
+/* A fingerprint of the object: its keys and values in their order, a filter's mark aside, and its
+ * description. Returns false where there is no such object (ENOENT), or its store cannot be read. */
 bool get_revision(object_kind kind, const char *id, char revision[REVISION_SIZE]);
 
 /* A fingerprint of all stores and descriptions. False when one of them cannot be read. */

@@ -1,15 +1,25 @@
 /* Fingerprints of what a form shows, and of all stores. */
 #include <errno.h>
+#include <string.h>
 
 #include <cfl.h>
 
 #include "differences.h"
 #include "section.h"
 
-static uint64_t add_section(uint64_t print, const section *it)
+/* A filter's mark is no part of it: a class that takes the filter sets it, and a form of the filter
+ * that is open meanwhile is still the newest. */
+static bool is_mark(object_kind kind, const char *key)
 {
-	for (size_t i = 0; i < it->count; i++)
-		print = add_text(add_text(print, it->values[i].key), it->values[i].text);
+	return kind == FILTER && strcmp(key, "USE") == 0;
+}
+
+static uint64_t add_section(uint64_t print, object_kind kind, const section *it)
+{
+	for (size_t i = 0; i < it->count; i++) {
+		if (!is_mark(kind, it->values[i].key))
+			print = add_text(add_text(print, it->values[i].key), it->values[i].text);
+	}
 	return print;
 }
 
@@ -33,7 +43,7 @@ static bool add_description(uint64_t *print, object_kind kind, const char *id)
 	return true;
 }
 
-static bool add_object(uint64_t *print, cfl *store, const char *id)
+static bool add_object(uint64_t *print, object_kind kind, cfl *store, const char *id)
 {
 	errno = ENOENT;
 	if (cfl_section_get_values_count(store, id) == 0)
@@ -42,7 +52,7 @@ static bool add_object(uint64_t *print, cfl *store, const char *id)
 	errno = ENOMEM;
 	if (!read_section(&values, store, id))
 		return false;
-	*print = add_section(*print, &values);
+	*print = add_section(*print, kind, &values);
 	free_section(&values);
 	return true;
 }
@@ -53,7 +63,7 @@ bool get_revision(object_kind kind, const char *id, char revision[REVISION_SIZE]
 	cfl *store = cfl_read(KINDS[kind].store);
 	if (!store)
 		return false;
-	bool added = add_object(&print, store, id) && add_description(&print, kind, id);
+	bool added = add_object(&print, kind, store, id) && add_description(&print, kind, id);
 	int reason = errno;
 	cfl_free(store);
 	errno = reason;

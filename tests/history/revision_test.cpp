@@ -53,6 +53,20 @@ TEST(get_revision, does_not_look_at_other_objects_and_comments)
 	}
 }
 
+/* A class that takes the filter marks it: who has the filter's form open has still its newest. */
+TEST(get_revision, does_not_look_at_the_mark_of_a_filter)
+{
+	history_router router;
+	router.store("filter", "[a]\nPRIO=1\nTOS=2\n");
+	std::string revision = revision_of(FILTER, "a");
+	router.store("filter", "[a]\nPRIO=1\nUSE=use\nTOS=2\n");
+	EXPECT_EQ(revision_of(FILTER, "a"), revision);
+	router.store("class", "[a]\nUSE=1\n");
+	std::string class_revision = revision_of(CLASS, "a");
+	router.store("class", "[a]\nUSE=2\n");
+	EXPECT_NE(revision_of(CLASS, "a"), class_revision);
+}
+
 TEST(get_revision, looks_at_the_description_of_its_kind)
 {
 	history_router router;
