@@ -79,7 +79,10 @@ int write_desc(const char *id, const char *kind, const char *desc)
 	bool opened = make_path(path, id, kind) && open_or_create_draft(&text, path);
 	if (opened && replace_text(&text, desc))
 		return 1;
-	note_write_failure(path, errno);
+	int reason = errno;
+	if (reason == ENOMEM)
+		end_without_memory();
+	note_write_failure(path, reason);
 	if (opened)
 		qos_warn("description of %s %s: not written, the disk may be full", kind, id);
 	qos_msg(0, "Can not open description file");

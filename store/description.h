@@ -16,7 +16,8 @@ char *read_desc(const char *id, const char *kind);
 
 /* Replaces the description by desc, as it stands. Returns 1; when it cannot be written, or there is
  * no path for it, tells the user "Can not open description file" and returns 0, and the old one
- * stays. A text that the disk did not take is told on standard error too. */
+ * stays. A text that the disk did not take is told on standard error too. Without memory the run
+ * ends as it does for copy_text. */
 int write_desc(const char *id, const char *kind, const char *desc);
 
 #ifdef __cplusplus

@@ -34,9 +34,7 @@ static char *read_text(int fd, size_t *size)
 		return nullptr;
 	*size = static_cast<size_t>(info.st_size);
 	char *text = static_cast<char *>(malloc(*size + 1));
-	if (!text)
-		end_without_memory();
-	for (size_t done = 0; done < *size;) {
+	for (size_t done = 0; text && done < *size;) {
 		ssize_t count = pread(fd, text + done, *size - done, static_cast<off_t>(done));
 		if (count == 0 || (count < 0 && errno != EINTR)) {
 			free(text);
@@ -151,15 +149,13 @@ static bool is_closed_folder(int reason)
 	return reason == EACCES || reason == EPERM || reason == EROFS || reason == ENAMETOOLONG;
 }
 
-static void open_stream(draft *it)
+static bool open_stream(draft *it)
 {
 	it->is_durable = true;
-	it->text = nullptr;
 	it->stream = open_memstream(&it->text, &it->size);
-	if (!it->stream) {
+	if (!it->stream)
 		drop_draft(it);
-		end_without_memory();
-	}
+	return it->stream;
 }
 
 bool open_draft(draft *it, const char *path)
@@ -175,8 +171,7 @@ bool open_draft(draft *it, const char *path)
 		drop_draft(it);
 		return false;
 	}
-	open_stream(it);
-	return true;
+	return open_stream(it);
 }
 
 bool create_draft(draft *it, const char *path)
@@ -196,8 +191,7 @@ bool create_draft(draft *it, const char *path)
 		drop_draft(it);
 		return false;
 	}
-	open_stream(it);
-	return true;
+	return open_stream(it);
 }
 
 bool finish_draft(draft *it)
@@ -205,9 +199,10 @@ bool finish_draft(draft *it)
 	bool whole = !ferror(it->stream);
 	whole = fclose(it->stream) == 0 && whole;
 	it->stream = nullptr;
-	if (!whole) { // of a stream in memory
+	if (!whole) {
 		drop_draft(it);
-		end_without_memory();
+		errno = ENOMEM; // the stream is in memory
+		return false;
 	}
 	if (it->fd < 0)
 		return true;

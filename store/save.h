@@ -18,7 +18,7 @@ struct changed_store {
 /* Replaces store files, at most SAVED_STORES_MAX, as drafts that take their places when all of
  * them are whole on the disk: a full disk, or a router that is switched off in between, leaves the
  * old files. The files keep their modes. Returns 1; 0 when a file cannot be written, which is told
- * on standard error. The one failure that can leave the first files new is that of the last step,
+ * on standard error, and without memory ends the run as copy_text does. The one failure that can leave the first files new is that of the last step,
  * to put a later one in its place. */
 int save_stores(const struct changed_store *stores, int count);
 

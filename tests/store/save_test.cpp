@@ -43,6 +43,29 @@ TEST(save_stores, replaces_two_stores_and_keeps_their_access)
 	cfl_free(filters);
 }
 
+/* A store that another program of the router keeps elsewhere. */
+TEST(save_stores, leaves_links_where_they_lead)
+{
+	fresh_router router;
+	write_file(SCRATCH + "far", "[a]\n");
+	std::filesystem::create_symlink(SCRATCH + "far", CLASS_STORE);
+	router.store("filter", "");
+	bool is_root = geteuid() == 0;
+	if (is_root) {
+		ASSERT_EQ(chown((SCRATCH + "far").c_str(), 12, 34), 0);
+	}
+	cfl *classes = changed(CLASS_STORE), *filters = changed(FILTER_STORE);
+	EXPECT_EQ(save_both(classes, filters), 1);
+	EXPECT_EQ(std::filesystem::read_symlink(CLASS_STORE), SCRATCH + "far");
+	EXPECT_EQ(read_file(SCRATCH + "far"), "[a]\n[new]\n");
+	struct stat info;
+	ASSERT_EQ(stat(CLASS_STORE, &info), 0);
+	EXPECT_EQ(info.st_uid, is_root ? 12 : geteuid());
+	EXPECT_EQ(info.st_gid, is_root ? 34 : getegid());
+	cfl_free(classes);
+	cfl_free(filters);
+}
+
 /* What the process that saves knows of the failure, as an exit status. */
 static int told_reason(const char *path)
 {

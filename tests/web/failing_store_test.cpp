@@ -1,6 +1,7 @@
 /* The pages over a store library whose n-th call fails, for n = 1, 2 and so on until none does:
  * nothing may crash, what could not be done is told, and a refused change changes nothing. The
  * linker leads the pages' calls here. */
+#include <errno.h>
 #include <sys/mman.h>
 
 #include <functional>
@@ -35,7 +36,7 @@ static bool fails(const char *name)
 
 extern "C" {
 WRAP(cfl *, cfl_read, (const char *path), (path), nullptr)
-WRAP(int, cfl_write, (cfl *file, FILE *stream), (file, stream), -1)
+WRAP(int, cfl_write, (cfl *file, FILE *stream), (file, stream), (errno = EIO, -1))
 WRAP(int, cfl_get_sections_count, (cfl *file), (file), 0)
 WRAP(char *, cfl_section_get_name_by_position, (cfl *file, int at), (file, at), nullptr)
 WRAP(int, cfl_section_get_values_count, (cfl *file, const char *id), (file, id), 0)
