@@ -4,6 +4,8 @@
 
 #include <stddef.h>
 
+/* The doubled slash means nothing to the system. It stands in messages that are known by their text,
+ * and so it stays. */
 const char STORE_DIR[] = "/etc/conf/qos_config/";
 const char POLICY_STORE[] = "/etc/conf/qos_config//policy";
 const char CLASS_STORE[] = "/etc/conf/qos_config//class";

@@ -100,8 +100,8 @@ struct filter_rec {
 struct port_rec {
 	char *id;
 	char *desc;
-	char *icon;
-	char *reserved;
+	char *icon;     // of a page that shows one; no store holds it
+	char *reserved; // no routine here uses it; the record's layout has it
 	char *port_list[LIST_ENTRIES_MAX + 1];
 };
 

@@ -86,11 +86,8 @@ static int read_and_store(save_mode mode)
 	}
 	cfl *classes = cfl_read(CLASS_STORE);
 	cfl *filters = cfl_read(FILTER_STORE);
-	int done = 0;
-	if (classes && filters)
-		done = store_class(classes, filters, &form, mode);
-	else
-		qos_msg(1, "CFG handler error!!");
+	int done = classes && filters ? store_class(classes, filters, &form, mode)
+				      : refuse_unreadable();
 	if (filters)
 		cfl_free(filters);
 	if (classes)

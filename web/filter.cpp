@@ -211,10 +211,8 @@ int filter_update(void)
 	if (!read_form(&form))
 		return 0;
 	filter_rec stored = {};
-	if (!load_filter(&stored, form.id)) { // without its mark the filter would be offered again
-		qos_msg(1, "CFG handler error!!");
-		return 0;
-	}
+	if (!load_filter(&stored, form.id)) // without its mark the filter would be offered again
+		return refuse_unreadable();
 	if (is_priority_taken(&form, &stored)) {
 		qos_msg(3, "Duplicated priority");
 		return 0;

@@ -58,6 +58,9 @@ void add_fields(object *to, void *rec);
  * user, when the mode is SAVE and the id is taken. */
 bool insert_object(cfl *store, const object *from, save_mode mode);
 
+/* Tells the user that a store cannot be read into which a form shall go. Returns 0. */
+int refuse_unreadable(void);
+
 /* Saves or updates an object that lives in one store. Returns what the handlers do. */
 int save_object(const object *from, save_mode mode);
 
