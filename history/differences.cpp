@@ -162,9 +162,9 @@ static void tell_objects(comparison *it)
 {
 	for (int i = 2; i <= cfl_get_sections_count(it->before); i++) {
 		const char *id = cfl_section_get_name_by_position(it->before, i);
+		bool stays = has_section(it->after, id);
 		if (id)
-			tell_object(it, has_section(it->after, id) ? OBJECT_CHANGED : OBJECT_REMOVED,
-				    id);
+			tell_object(it, stays ? OBJECT_CHANGED : OBJECT_REMOVED, id);
 		it->no_memory = it->no_memory || !id;
 	}
 	for (int i = 2; i <= cfl_get_sections_count(it->after); i++) {

@@ -128,6 +128,8 @@ TEST(read_bundle, takes_only_what_the_router_writes)
 				 file_text("port", "");
 	const std::string rest = file_text("filter", "") + tail;
 	const std::string all = basic + klass + rest;
+	const std::string with_nul("desc/a.port\0.port", 17);
+	const std::string too_long = "desc/" + std::string(300, 'a') + ".ip";
 	EXPECT_EQ(fault_of(signed_text(first + all + "end ")), BUNDLE_WELL);
 	EXPECT_EQ(fault_of(signed_text(first + "absent 0 - 5 basic\n\n" + klass + rest + "end ")),
 		  BUNDLE_WELL);
@@ -154,8 +156,8 @@ TEST(read_bundle, takes_only_what_the_router_writes)
 		first + basic + klass + file_text("desc/a/b.port", "x") + rest,
 		first + basic + klass + file_text("desc/a.class", "x") + rest,
 		first + basic + klass + file_text("desc/.port", "x") + rest,
-		first + basic + klass + file_text(std::string("desc/a.port\0.port", 17), "x") + rest,
-		first + basic + klass + file_text("desc/" + std::string(300, 'a') + ".ip", "") + rest,
+		first + basic + klass + file_text(with_nul, "x") + rest,
+		first + basic + klass + file_text(too_long, "") + rest,
 		first + basic + klass + "absent 0 - 11 desc/a.port\n\n" + rest,
 		first + file_text(".history/open", "x") + all,
 		first + file_text("/etc/passwd", "x") + all,
@@ -177,8 +179,9 @@ TEST(tell_bundle_values, tells_every_value_for_the_gate)
 	texts values;
 	EXPECT_TRUE(tell_bundle_values(&bundle, add_value, &values));
 	EXPECT_EQ(values, (texts{ "policy LAN1 (none)=fibre\n", "class a A=1", "class a A=<2>",
-				  "class a B=", "class empty (none)=(none)", "class b (none)=(none)",
-				  "filter f USE=unuse", "ip x\ny K\\=v\n" }));
+				  "class a B=", "class empty (none)=(none)",
+				  "class b (none)=(none)", "filter f USE=unuse",
+				  "ip x\ny K\\=v\n" }));
 	free_kept_files(&bundle);
 }
 
@@ -198,7 +201,8 @@ TEST(tell_bundle, tells_what_an_import_would_change)
 	EXPECT_EQ(rows, (texts{ "policy LAN1 changed (none): copper\n -> fibre\n",
 				"class b changed RATE: 4 -> 3",
 				"class c removed (none): (none) -> (none)",
-				"class a added RATE: (none) -> 1", "class a added CEIL: (none) -> 2",
+				"class a added RATE: (none) -> 1",
+				"class a added CEIL: (none) -> 2",
 				"ip x changed (none): x -> (none)" }));
 	free_kept_files(&bundle);
 }

@@ -67,7 +67,8 @@ TEST(commit_change, keeps_any_bytes_of_notes_and_values)
 	EXPECT_STREQ(it.note.id, "\\");
 	EXPECT_EQ(rows_of(it), (texts{ "class a changed RATE: 1 -> " + nasty,
 				       "class a changed CEIL: 2 -> ",
-				       "class " + nasty + " added K\tE\nY: (none) -> " + longest }));
+				       "class " + nasty + " added K\tE\nY: (none) -> " +
+					       longest }));
 	free_entry(&it);
 }
 
@@ -192,7 +193,8 @@ TEST(go_back, brings_the_state_before_an_entry_and_can_be_brought_back)
 	EXPECT_EQ(router.files(), before);
 	EXPECT_EQ(rows_of_newest(),
 		  (texts{ "policy LAN1 changed (none): (none) -> fibre\n",
-			  "policy LAN2 changed (none): new -> (none)", "class a changed RATE: 9 -> 7",
+			  "policy LAN2 changed (none): new -> (none)",
+			  "class a changed RATE: 9 -> 7",
 			  "filter f added USE: (none) -> unuse" }));
 
 	EXPECT_EQ(entries()[0], 6u);

@@ -32,8 +32,9 @@ TEST(get_revision, is_another_for_whatever_differs_in_the_object)
 	history_router router;
 	std::set<std::string> seen;
 	const texts stores = {
-		"[a]\n", "[a]\nA=\n", "[a]\nA=b\n", "[a]\nAb=\n", "[a]\nA=b\nC=\n", "[a]\nC=\nA=b\n",
-		"[a]\nA=bC=\n", "[a]\nA=b\nA=b\n", "[a]\nA=b \n", "[a]\nA=b\nA=\n",
+		"[a]\n", "[a]\nA=\n", "[a]\nA=b\n", "[a]\nAb=\n", "[a]\nA=b\nC=\n",
+		"[a]\nC=\nA=b\n", "[a]\nA=bC=\n", "[a]\nA=b\nA=b\n", "[a]\nA=b \n",
+		"[a]\nA=b\nA=\n",
 	};
 	for (const std::string &text : stores) {
 		router.store("class", text);
