@@ -27,6 +27,7 @@ build_in()
 {
 	folder=$1
 	shift
+	older=
 	echo "== building in $folder"
 	if [ -f "$folder/CMakeCache.txt" ]; then
 		source=$(sed -n 's/^CMAKE_HOME_DIRECTORY:INTERNAL=//p' "$folder/CMakeCache.txt")
@@ -37,10 +38,11 @@ build_in()
 				"remove it, and run this again" >&2
 			return 1
 		}
+		older="; $folder is from an earlier run: remove it if it may be out of date"
 	fi
 	mkdir -p "$folder"
 	{
 		cmake -S . -B "$folder" -G 'Unix Makefiles' "$@" &&
 		cmake --build "$folder" -j "$(nproc)"
-	} > "$folder/log" 2>&1 || { cat "$folder/log"; return 1; }
+	} > "$folder/log" 2>&1 || { cat "$folder/log"; echo "cannot build$older" >&2; return 1; }
 }
