@@ -5,6 +5,8 @@
 #include <stddef.h>
 #include <stdio.h>
 
+#include "../store/draft.h"
+
 const char SCRIPT_DIR[] = "/etc/script/qos_config/";
 
 const size_t SCRIPT_PATH_SIZE = 192;  // bytes for a path
@@ -37,18 +39,44 @@ bool parse_script_name(script_name *parsed, const char *name, const char *device
 
 /* script.cpp */
 
-/* A script that is being written: what goes to stream is its new contents. */
+/* A script that is being written. What goes to stream is its new contents, which take the place of
+ * the old ones when it is closed: a run that is killed, or that finds no room, leaves the old. */
 struct script {
 	FILE *stream;
 	char path[SCRIPT_PATH_SIZE];
+	draft contents;
 };
 
-/* Creates or empties the script of a name, whose path may take path_size bytes. Returns false when
- * it cannot be created, when the path does not fit, or when the name holds a '/': nothing is cut
- * and written under another name. */
+/* Begins the script of a name, whose path may take path_size bytes. One that is there keeps its
+ * mode, group and owner; a link in its place will be replaced, not followed. Returns false when no
+ * script can be created: anything but a file or a link is in its place, a file that may not be
+ * written is, the folder takes none, the path does not fit, or the name holds a '/'. Nothing is
+ * cut and written under another name. */
 bool open_script(script *it, const char *name, size_t path_size);
 
-/* Closes a script. A write error (a full disk) is told on standard error, once a file. */
+/* Ends a script and puts it in its place. One that cannot be written (a full disk) is told on
+ * standard error, once a file. It is not brought down to the disk, which would take ten times as
+ * long as all else: a router that loses its power compiles anew. */
 void close_script(script *it);
+
+/* folder.cpp */
+
+/* Takes the folder of scripts for this process alone, and removes what killed runs left there.
+ * Returns a descriptor that close() releases, and that a started program does not inherit; -1 with
+ * errno set otherwise, ENOENT where there is no folder, ETIMEDOUT where others held it for all of
+ * these seconds. */
+int lock_scripts(int seconds);
+
+/* The names of the scripts, in the order of their bytes. */
+struct script_list {
+	char **names;
+	size_t count;
+};
+
+/* Lists the regular files of the folder that can be scripts. Returns false, with errno set and an
+ * empty list, when the folder cannot be read. free_scripts releases the list. */
+bool list_scripts(script_list *list);
+
+void free_scripts(script_list *list);
 
 #endif

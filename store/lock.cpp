@@ -40,7 +40,7 @@ static time_t seconds_now(void)
 
 /* A wait that ends by itself: flock alone would wait for ever, and an alarm would belong to the
  * whole process. */
-static bool wait_for(int fd, int operation, int seconds)
+bool lock_descriptor(int fd, int operation, int seconds)
 {
 	const struct timespec pause = { 0, PAUSE };
 	time_t end = seconds_now() + seconds;
@@ -61,7 +61,7 @@ int lock_stores(int operation, int seconds)
 	int fd = open_lock_file(operation);
 	if (fd < 0)
 		return -1;
-	if (wait_for(fd, operation, seconds))
+	if (lock_descriptor(fd, operation, seconds))
 		return fd;
 	int reason = errno;
 	close(fd);

@@ -11,4 +11,8 @@
  * -1 with errno set otherwise, ETIMEDOUT where others held it for all of these seconds. */
 int lock_stores(int operation, int seconds);
 
+/* Takes the lock of an open file or folder, as above. Returns false with errno set, ETIMEDOUT where
+ * others held it for all of these seconds; fd stays open. */
+bool lock_descriptor(int fd, int operation, int seconds);
+
 #endif
