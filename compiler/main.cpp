@@ -1,11 +1,21 @@
 /* qos_compile: compiles the QoS stores into the scripts of the router's traffic control. The exit
  * status is the result of do_policy: 1 when the run went to its end and at least one device
- * script was opened, 0 when the policy store cannot be read, else 255. */
+ * script was opened, 0 when the policy store cannot be read, else 255. It is 255 too when the
+ * stores or the scripts cannot be locked. */
+#include <errno.h>
 #include <fcntl.h>
 #include <signal.h>
+#include <string.h>
 #include <unistd.h>
 
+#include "../scripts/scripts.h"
+#include "../store/laid_aside.h"
+#include "../store/lock.h"
+#include "../store/message.h"
 #include "compiler.h"
+
+static const int LOCK_SECONDS = 60;
+static const int NOT_LOCKED = -1; // exit status, as of a run that ends early
 
 static void go_on(int)
 {
@@ -14,7 +24,8 @@ static void go_on(int)
 /* What becomes of the output must not change a script. A script that is opened while a standard
  * descriptor is closed would take its place, and receive the traces. A reader of the traces who
  * has gone, and a limit on the size of files, are write errors and no reason to stop half-way. The
- * signals are handled, not ignored, for the programs that the compiler starts would inherit that. */
+ * signals are handled, not ignored, for the programs that the compiler starts would inherit that.
+ * Nor may whoever started the compiler have it ignore that they end: their answer would be lost. */
 static void secure_output()
 {
 	for (int fd = 0; fd <= 2; fd++) {
@@ -23,10 +34,43 @@ static void secure_output()
 	}
 	signal(SIGPIPE, go_on);
 	signal(SIGXFSZ, go_on);
+	signal(SIGCHLD, SIG_DFL);
+}
+
+/* Says why a lock cannot be had. A router that keeps no history, or that has no scripts, has
+ * nothing there to lock. */
+static bool is_locked(int lock, const char *what)
+{
+	if (lock >= 0 || errno == ENOENT || errno == ENOTDIR)
+		return true;
+	qos_warn("the %s cannot be locked: %s", what, strerror(errno));
+	return false;
+}
+
+/* Puts a change back that was cut, a power cut perhaps: what it left is no state that somebody
+ * saved. Who does that has the stores alone. */
+static bool recover_stores(int *lock)
+{
+	if (*lock >= 0)
+		close(*lock);
+	*lock = lock_stores(LOCK_EX, LOCK_SECONDS);
+	return is_locked(*lock, "stores") && recover_change() != NOT_RECOVERED;
+}
+
+/* The stores are those of one moment, and two runs follow each other: each reads what was saved
+ * before it, and the later one's scripts stay. The process holds both locks to its end. */
+static bool lock_all()
+{
+	int stores = lock_stores(LOCK_SH, LOCK_SECONDS);
+	if (!is_locked(stores, "stores"))
+		return false;
+	if (is_change_open() && !recover_stores(&stores))
+		return false;
+	return is_locked(lock_scripts(LOCK_SECONDS), "scripts");
 }
 
 int main(void)
 {
 	secure_output();
-	return do_policy();
+	return lock_all() ? do_policy() : NOT_LOCKED;
 }
