@@ -1,15 +1,31 @@
 /* Files that others leave for the compiler to read. */
 #include "regular_file.h"
 
+#include <errno.h>
 #include <fcntl.h>
+#include <string.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "../store/message.h"
 #include "../store/text.h"
+
+static const int FAULT_STATUS = 255;
+
+/* Whether errno says that the machine failed, and not that no file is there. */
+static bool is_fault(int reason)
+{
+	return reason == EIO || reason == EMFILE || reason == ENFILE || reason == ENOMEM;
+}
 
 FILE *open_regular_file(const char *path)
 {
 	int fd = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+	if (fd < 0 && is_fault(errno)) {
+		qos_warn("%s: %s", path, strerror(errno));
+		fflush(stdout);
+		_exit(FAULT_STATUS);
+	}
 	if (fd < 0)
 		return nullptr;
 	struct stat info;

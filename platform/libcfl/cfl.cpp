@@ -8,6 +8,7 @@
  * Strings handed out are decoded copies in an arena that lives as long as the handle. */
 #include "cfl.h"
 
+#include <errno.h>
 #include <fcntl.h>
 #include <limits.h>
 #include <stdint.h>
@@ -69,14 +70,19 @@ struct cfl {
 
 /* --- memory --- */
 
-static const int NO_MEMORY_STATUS = 255;
+static const int FAULT_STATUS = 255;
 
-/* A value that went missing would be taken for one that is not there, and acted upon. */
+/* A store or value that went missing would be taken for one that is not there, and acted upon. */
+[[noreturn]] static void end_process(const char *what, const char *reason)
+{
+	fprintf(stderr, "libcfl: %s: %s\n", what, reason);
+	fflush(stdout);
+	_exit(FAULT_STATUS); // what a stream has in its buffer stays unwritten
+}
+
 [[noreturn]] static void end_without_memory()
 {
-	fputs("libcfl: no memory\n", stderr);
-	fflush(stdout);
-	_exit(NO_MEMORY_STATUS); // what a stream has in its buffer stays unwritten
+	end_process("store", "no memory");
 }
 
 /* Returns null when memory is short. */
@@ -428,13 +434,25 @@ static bool insert_line(cfl *file, size_t offset, const char *line, size_t size)
 
 /* --- reading --- */
 
-/* Reads all of fd; *size receives the bytes. Returns null when it is no regular file or a read
- * fails. */
+/* Whether errno says that a path leads to no file for this process, and not that the machine
+ * failed to open or read the file that is there. */
+static bool is_none()
+{
+	return errno == ENOENT || errno == ENOTDIR || errno == EACCES || errno == EPERM ||
+	       errno == ELOOP || errno == ENAMETOOLONG || errno == ENXIO || errno == ENODEV;
+}
+
+/* Reads all of fd; *size receives the bytes. Returns null when it is no regular file, or with errno
+ * set when a read fails. */
 static char *read_all(int fd, size_t *size)
 {
 	struct stat info;
-	if (fstat(fd, &info) != 0 || !S_ISREG(info.st_mode))
+	if (fstat(fd, &info) != 0)
 		return nullptr;
+	if (!S_ISREG(info.st_mode)) {
+		errno = ENODEV;
+		return nullptr;
+	}
 	// One byte more than the file has, so that the text need not grow to see its end.
 	size_t capacity = (info.st_size > 0 ? static_cast<size_t>(info.st_size) : 0) + 1;
 	char *text = static_cast<char *>(malloc(capacity));
@@ -491,13 +509,16 @@ static cfl *make_file(char *text, size_t size)
 
 cfl *cfl_read(const char *path)
 {
-	// A named pipe would keep the caller waiting for whoever writes to it.
-	int fd = path ? open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK) : -1;
-	if (fd < 0)
+	if (!path)
 		return nullptr;
+	// A named pipe would keep the caller waiting for whoever writes to it.
+	int fd = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
 	size_t size = 0;
-	char *text = read_all(fd, &size);
-	close(fd);
+	char *text = fd >= 0 ? read_all(fd, &size) : nullptr;
+	if (!text && !is_none())
+		end_process(path, strerror(errno));
+	if (fd >= 0)
+		close(fd);
 	return make_file(text, size);
 }
 

@@ -21,9 +21,9 @@
  *
  * Every pointer argument may be null: counts are then 0, look-ups null, changes -1.
  *
- * A change is -1 too when memory is short. A read or look-up that memory is short for ends the
- * process with status 255, after a line on standard error: its null would pass for what is not
- * there. */
+ * A change is -1 too when memory is short. A read or look-up that memory is short for, and a read
+ * that fails half way (a disk that cannot be read, no descriptor left), end the process with status
+ * 255, after a line on standard error: their null would pass for what is not there. */
 #ifndef CFL_H
 #define CFL_H
 
@@ -36,7 +36,7 @@ extern "C" {
 typedef struct cfl cfl;
 
 /* Reads the whole file at path. Returns a handle that cfl_free releases, or null when the path
- * cannot be opened or read to its end, or leads to no regular file. */
+ * leads to no regular file that this process may read. */
 cfl *cfl_read(const char *path);
 
 /* Reads size bytes of text as cfl_read reads those of a file; they are copied. */

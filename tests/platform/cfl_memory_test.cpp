@@ -93,7 +93,7 @@ TEST(cfl, ends_a_look_up_without_memory_with_255_and_a_line)
 		if (status == 0)
 			break;
 		ASSERT_EQ(status, 255) << n;
-		ASSERT_EQ(read_file(ERRORS), "libcfl: no memory\n") << n;
+		ASSERT_EQ(read_file(ERRORS), "libcfl: store: no memory\n") << n;
 	}
 	EXPECT_GT(n, 15);
 }

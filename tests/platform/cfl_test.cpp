@@ -3,6 +3,7 @@
 #include <cfl.h>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -196,13 +197,28 @@ TEST(cfl_value_get_by_position, gives_null_again_and_again_behind_the_last_value
 		EXPECT_STREQ(value_at(store.file, "A", position), position == 2 ? "1" : nullptr);
 }
 
-TEST(cfl_read, gives_null_for_what_it_cannot_open_or_read_to_its_end)
+TEST(cfl_read, gives_null_for_what_it_cannot_open)
 {
 	EXPECT_EQ(cfl_read("/tmp/no such file"), nullptr);
 	EXPECT_EQ(cfl_read("/tmp/no such folder/store"), nullptr);
 	EXPECT_EQ(cfl_read(""), nullptr);
 	EXPECT_EQ(cfl_read("/tmp"), nullptr);
-	EXPECT_EQ(cfl_read("/proc/self/mem"), nullptr); // opens, but its first byte is no memory
+}
+
+/* The null of a store that is there would be taken for one that is not. */
+TEST(cfl_read, ends_the_process_when_what_is_there_cannot_be_read)
+{
+	// opens, but its first byte is no memory
+	EXPECT_EXIT(cfl_read("/proc/self/mem"), testing::ExitedWithCode(255),
+		    "libcfl: /proc/self/mem: Input/output error\n");
+	write_file(PATH, "[a]\n");
+	auto read_without_descriptors = [] {
+		const rlimit none = { 3, 3 };
+		setrlimit(RLIMIT_NOFILE, &none);
+		cfl_read(PATH.c_str());
+	};
+	EXPECT_EXIT(read_without_descriptors(), testing::ExitedWithCode(255),
+		    "libcfl: /tmp/store: Too many open files\n");
 }
 
 TEST(cfl_read, reads_a_file_whose_size_is_not_known)
