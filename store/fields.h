@@ -46,7 +46,7 @@ constexpr rule HOUR_RULE = { CHOICE_FORM, false,
 /* The rows stand in the order in which an object stands in the store. */
 
 /* No page writes the discipline and the bands of a policy. */
-constexpr field POLICY_FIELDS[] = {
+inline constexpr field POLICY_FIELDS[] = {
 	{ "id", nullptr, offsetof(policy_rec, id), IDENTITY, 1, ID_RULE },
 	{ "desc", nullptr, offsetof(policy_rec, desc), DESCRIPTION, 1, LINE_RULE },
 	{ "root_class", "ROOT_CLASS", offsetof(policy_rec, root_class), VALUE, 1, REFERENCE_RULE },
@@ -61,7 +61,7 @@ constexpr field POLICY_FIELDS[] = {
 	{ nullptr, "BAND[%d]", offsetof(policy_rec, band), ENTRIES, BANDS_MAX, ID_RULE },
 };
 
-constexpr field CLASS_FIELDS[] = {
+inline constexpr field CLASS_FIELDS[] = {
 	{ "id", nullptr, offsetof(class_rec, id), IDENTITY, 1, ID_RULE },
 	{ "parent_id", "PARENT_ID", offsetof(class_rec, parent_id), VALUE, 1, REFERENCE_RULE },
 	{ "prio", "PRIO", offsetof(class_rec, prio), VALUE, 1, PRIORITY_RULE },
@@ -123,7 +123,7 @@ constexpr field CLASS_FIELDS[] = {
 };
 
 /* The protocol and the mark are written by the pages, but posted by none. */
-constexpr field FILTER_FIELDS[] = {
+inline constexpr field FILTER_FIELDS[] = {
 	{ "id", nullptr, offsetof(filter_rec, id), IDENTITY, 1, ID_RULE },
 	{ nullptr, "NET_PROTO", offsetof(filter_rec, net_proto), VALUE, 1,
 	  { CHOICE_FORM, true, "IP" } },
@@ -143,21 +143,21 @@ constexpr field FILTER_FIELDS[] = {
 	  { CHOICE_FORM, true, "use unuse" } },
 };
 
-constexpr field PORT_FIELDS[] = {
+inline constexpr field PORT_FIELDS[] = {
 	{ "id", nullptr, offsetof(port_rec, id), IDENTITY, 1, ID_RULE },
 	{ "desc", nullptr, offsetof(port_rec, desc), DESCRIPTION, 1, LINE_RULE },
 	{ "port_list", "PORT_LIST[%d]", offsetof(port_rec, port_list), ENTRIES, LIST_ENTRIES_MAX,
 	  PORT_RULE },
 };
 
-constexpr field IP_FIELDS[] = {
+inline constexpr field IP_FIELDS[] = {
 	{ "id", nullptr, offsetof(ip_rec, id), IDENTITY, 1, ID_RULE },
 	{ "desc", nullptr, offsetof(ip_rec, desc), DESCRIPTION, 1, LINE_RULE },
 	{ "ip_list", "IP_LIST[%d]", offsetof(ip_rec, ip_list), ENTRIES, LIST_ENTRIES_MAX,
 	  ADDRESS_RULE },
 };
 
-constexpr field BASIC_FIELDS[] = {
+inline constexpr field BASIC_FIELDS[] = {
 	{ "id", nullptr, offsetof(class_rec, id), IDENTITY, 1, ID_RULE },
 	{ "low", "LOW", offsetof(class_rec, low), VALUE, 1, REFERENCE_RULE },
 	{ "middle", "MIDDLE", offsetof(class_rec, middle), VALUE, 1, REFERENCE_RULE },
@@ -185,7 +185,7 @@ constexpr const field *end(const field_table &table)
 }
 
 /* In the order of enum object_kind. */
-constexpr field_table FIELDS[] = {
+inline constexpr field_table FIELDS[] = {
 	{ POLICY_FIELDS, sizeof(POLICY_FIELDS) / sizeof(field) },
 	{ CLASS_FIELDS, sizeof(CLASS_FIELDS) / sizeof(field) },
 	{ FILTER_FIELDS, sizeof(FILTER_FIELDS) / sizeof(field) },

@@ -18,7 +18,7 @@ struct known_kind {
 };
 
 /* In the order of enum object_kind. */
-const known_kind KINDS[] = {
+inline constexpr known_kind KINDS[] = {
 	{ "policy", POLICY_STORE, nullptr, "policy" },
 	{ "class", CLASS_STORE, POLICY_STORE, nullptr },
 	{ "filter", FILTER_STORE, CLASS_STORE, nullptr },
