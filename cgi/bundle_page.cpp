@@ -103,11 +103,15 @@ static int show_check(const kept_files *bundle)
 			      "The present settings cannot be read (%s).", strerror(errno));
 	printf("Revision: %s\r\n", revision);
 	open_page("What the bundle changes", nullptr);
+	int count = 0;
 	printf("<ul>\n");
-	bool told = tell_bundle(bundle, print_difference, nullptr);
+	bool told = tell_bundle(bundle, print_difference, &count);
 	printf("</ul>\n");
-	printf(told ? "<p>Nothing was changed yet.</p>\n"
-		    : "<p>Not all differences can be shown.</p>\n");
+	if (!told)
+		printf("<p>Not all differences can be shown.</p>\n");
+	else if (count == 0)
+		printf("<p>All settings are those of the bundle already.</p>\n");
+	printf("<p>Nothing was changed yet.</p>\n");
 	close_page();
 	return 0;
 }

@@ -73,8 +73,9 @@ static const char *get_word(object_change change)
 	return "";
 }
 
-void print_difference(void *, const difference *row)
+void print_difference(void *to, const difference *row)
 {
+	int *count = static_cast<int *>(to);
 	printf("<li>%s ", KINDS[row->kind].word);
 	if (row->id)
 		print_escaped(row->id);
@@ -82,11 +83,13 @@ void print_difference(void *, const difference *row)
 	if (row->before || row->after)
 		print_value(row);
 	printf("</li>\n");
+	(*count)++;
 }
 
 void print_differences(const entry *it)
 {
+	int count = 0;
 	printf("<ul>\n");
-	tell_entry(it, print_difference, nullptr);
+	tell_entry(it, print_difference, &count);
 	printf("</ul>\n");
 }

@@ -19,7 +19,7 @@ void print_entry_note(const entry *it);
 /* Prints the entry's differences as a list. */
 void print_differences(const entry *it);
 
-/* Prints one of them as an item of a list; to is not used. */
+/* Prints one of them as an item of a list, and counts it in the int at to. */
 void print_difference(void *to, const difference *row);
 
 #endif

@@ -115,6 +115,12 @@ static void print_navigation(void)
 	       "</p>\n");
 }
 
+static void print_notice(void)
+{
+	if (recovered)
+		printf("<p>%s</p>\n", RECOVERY_NOTICE);
+}
+
 void open_page(const char *title, const char *add)
 {
 	begin_page();
@@ -124,6 +130,7 @@ void open_page(const char *title, const char *add)
 	if (add)
 		printf(" <a href='main.cgi?%s'>new</a>", add);
 	printf("</h1>\n");
+	print_notice();
 }
 
 void close_page(void)
@@ -139,8 +146,7 @@ void open_refusal(const char *status)
 	print_head(status);
 	print_navigation();
 	printf("<h1>Nothing was changed</h1>\n");
-	if (recovered)
-		printf("<p>%s</p>\n", RECOVERY_NOTICE);
+	print_notice();
 }
 
 void print_way_back(void)
