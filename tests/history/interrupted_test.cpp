@@ -26,6 +26,7 @@ static int reason;     // errno of a failure
 static int calls_left; // up to the one that the fault hits; 0 for never
 
 static bool was_hit;
+static bool is_folder_closed; // the folder of the stores takes no drafts
 
 /* Whether the call that is made now fails. */
 static bool is_hit()
@@ -54,6 +55,7 @@ ssize_t __real_pwrite(int fd, const void *bytes, size_t size, off_t offset);
 int __real_rename(const char *from, const char *to);
 int __real_unlink(const char *path);
 int __real_fchmod(int fd, mode_t mode);
+int __real_ftruncate(int fd, off_t size);
 
 int __wrap_open(const char *path, int flags, ...);
 int __wrap_mkostemps(char *path, int tail, int flags);
@@ -62,6 +64,7 @@ int __wrap_fsync(int fd);
 int __wrap_rename(const char *from, const char *to);
 int __wrap_unlink(const char *path);
 int __wrap_fchmod(int fd, mode_t mode);
+int __wrap_ftruncate(int fd, off_t size);
 
 int __wrap_open(const char *path, int flags, ...)
 {
@@ -74,7 +77,18 @@ int __wrap_open(const char *path, int flags, ...)
 
 int __wrap_mkostemps(char *path, int tail, int flags)
 {
+	const char store_draft[] = "/qos_config/.";
+	const char *found = strstr(path, store_draft);
+	if (is_folder_closed && found && !strchr(found + strlen(store_draft), '/')) {
+		errno = EROFS;
+		return -1;
+	}
 	return is_hit() ? -1 : __real_mkostemps(path, tail, flags);
+}
+
+int __wrap_ftruncate(int fd, off_t size)
+{
+	return is_hit() ? -1 : __real_ftruncate(fd, size);
 }
 
 ssize_t __wrap_pwrite(int fd, const void *bytes, size_t size, off_t offset)
@@ -262,6 +276,7 @@ static const struct {
 } FAULTS[] = {
 	{ KILL, 0 },
 	{ FAIL_ONCE, EIO },
+	{ FAIL_ONCE, EROFS },
 	{ FAIL_ON, ENOSPC },
 	{ FAIL_ON, EROFS },
 };
@@ -275,6 +290,15 @@ TEST(a_change, is_whole_or_not_at_all_wherever_it_is_cut)
 {
 	for (const auto &row : FAULTS)
 		interrupt_at_each_call({ prepare_nothing, make_change, row.with, row.error }, 40);
+}
+
+/* Stores are written in place there: what is cut leaves one in parts. */
+TEST(a_change, is_whole_or_not_at_all_in_a_folder_that_takes_no_drafts)
+{
+	is_folder_closed = true;
+	for (const auto &row : FAULTS)
+		interrupt_at_each_call({ prepare_nothing, make_change, row.with, row.error }, 40);
+	is_folder_closed = false;
 }
 
 static bool prepare_entries()

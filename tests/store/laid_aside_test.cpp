@@ -178,8 +178,7 @@ TEST(add_kept_file, refuses_what_is_no_store_and_no_description)
 	for (const char *name :
 	     { "", "classes", "../class", "/etc/passwd", "desc", "desc/", "desc/LAN1",
 	       "desc/.policy", "desc/LAN1.class", "desc/../class.policy", "desc/a/b.ip",
-	       ".history/open",
-	       "desc/LAN1.policy/", "./class" }) {
+	       ".history/open", "desc/LAN1.policy/", "./class" }) {
 		EXPECT_FALSE(add_kept_file(&files, name)) << name;
 		EXPECT_EQ(errno, EINVAL) << name;
 	}
