@@ -157,7 +157,7 @@ void mend_object(object_kind kind, const char *id, cfl *store, cfl *after)
 	} else {
 		copy_object(&of, after, get_staying(kind));
 	}
-	if (kind == CLASS && is_posted(DAYS_FIELD))
+	if (kind == CLASS)
 		mend_days(&of, &them);
 	if (kind == POLICY)
 		mend_discipline(&of);

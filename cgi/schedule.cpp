@@ -122,16 +122,19 @@ static void mend_switches(const edit *of, const tables *them)
 	}
 }
 
-/* Whether the posted value of a list takes its place in a table. */
-static bool takes_value(const tables *them, const char *form, const char *posted, bool has_key,
-			int table)
+/* Whether the posted value of a list takes its place in a table. A list that was changed in one
+ * table is posted with the values of the others too. */
+static bool takes_value(const tables *them, const char *form, const char *posted,
+			const char *stored, int table)
 {
 	bool on = table < them->on;
-	if (!posted || (has_key && !is_changed(form)))
+	if (!posted)
 		return false;
+	if (stored)
+		return is_changed(form) && strcmp(posted, stored) != 0;
 	if (on && !them->was_on[table]) // a new table gets presets too, but no empty values
-		return has_key || *posted;
-	return has_key || (on && is_changed(form) && strcmp(posted, get_preset(form)) != 0);
+		return *posted;
+	return on && is_changed(form) && strcmp(posted, get_preset(form)) != 0;
 }
 
 static void mend_unit(const edit *of, const tables *them, const char *form, const char *number_key,
@@ -149,7 +152,7 @@ static void mend_unit(const edit *of, const tables *them, const char *form, cons
 		remove_value(of, key);
 	else if (*number && posted &&
 		 (number_taken ||
-		  takes_value(them, unit_form, posted, get_value(of, key) != nullptr, table)))
+		  takes_value(them, unit_form, posted, get_value(of, key), table)))
 		set_value(of, key, posted);
 }
 
@@ -158,7 +161,7 @@ static void mend_slot(const edit *of, const tables *them, const field *row, int 
 	char key[UNIT_NAME_SIZE];
 	make_key(key, row, table);
 	const char *posted = get_posted(row->form, table);
-	bool taken = takes_value(them, row->form, posted, get_value(of, key) != nullptr, table);
+	bool taken = takes_value(them, row->form, posted, get_value(of, key), table);
 	if (taken)
 		set_value(of, key, posted);
 	mend_unit(of, them, row->form, key, taken, table);
@@ -216,6 +219,9 @@ void mend_tables(const edit *of, const tables *them)
 
 void mend_days(const edit *of, const tables *them)
 {
+	bool are_all_off = them->on == 0 && is_changed(SWITCH_FIELD);
+	if (!is_posted(DAYS_FIELD) && !are_all_off)
+		return;
 	for (int table = 0; table < TABLES_MAX; table++) {
 		const char *days = table < them->on ? get_posted(DAYS_FIELD, table) : "";
 		if (table >= them->on && !them->was_on[table])

@@ -20,7 +20,8 @@ bool check_tables(const tables *them, const edit *before, char *sentence, size_t
 /* Makes the tables' keys in the store, days aside, what the fields that were changed say. */
 void mend_tables(const edit *of, const tables *them);
 
-/* Makes the keys of the days what the request's field for them says. */
+/* Makes the keys of the days what the request's field for them says. It has a value for each table
+ * that is on, so none says that the last one was switched off where the switches were changed. */
 void mend_days(const edit *of, const tables *them);
 
 #endif
