@@ -12,16 +12,18 @@
 
 static const int FAULT_STATUS = 255;
 
-/* Whether errno says that the machine failed, and not that no file is there. */
-static bool is_fault(int reason)
+/* Whether errno says that a path leads to no file for this process, and not that the machine failed
+ * to open the one that is there. */
+static bool is_none()
 {
-	return reason == EIO || reason == EMFILE || reason == ENFILE || reason == ENOMEM;
+	return errno == ENOENT || errno == ENOTDIR || errno == EACCES || errno == ELOOP ||
+	       errno == ENXIO;
 }
 
 FILE *open_regular_file(const char *path)
 {
 	int fd = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-	if (fd < 0 && is_fault(errno)) {
+	if (fd < 0 && !is_none()) {
 		qos_warn("%s: %s", path, strerror(errno));
 		fflush(stdout);
 		_exit(FAULT_STATUS);

@@ -2,15 +2,38 @@
 #include <errno.h>
 #include <string.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "../store/message.h"
 #include "../store/text.h"
 #include "scripts.h"
 
+static const int FAULT_STATUS = 255;
+
 static bool is_file(const char *path)
 {
 	struct stat info;
 	return lstat(path, &info) == 0 && S_ISREG(info.st_mode);
+}
+
+/* Whether errno says that the machine failed, and not that no script can stand there. In a folder
+ * on a disk that is mounted read-only none can. */
+static bool is_fault()
+{
+	const int reason = errno;
+	bool fault = reason == ENOSPC || reason == EDQUOT || reason == EIO || reason == EMFILE ||
+		     reason == ENFILE || (reason == EROFS && access(SCRIPT_DIR, W_OK) == 0);
+	errno = reason;
+	return fault;
+}
+
+/* The marks of the rules are counted over all scripts of a run. Those that followed one that was
+ * left out would get the marks that its old rules still have. */
+[[noreturn]] static void end_run(const char *path)
+{
+	qos_warn("%s: cannot be created: %s, the run ends here", path, strerror(errno));
+	fflush(stdout);
+	_exit(FAULT_STATUS);
 }
 
 bool open_script(script *it, const char *name, size_t path_size)
@@ -19,8 +42,11 @@ bool open_script(script *it, const char *name, size_t path_size)
 	if (!fits(length, sizeof(it->path)) || !fits(length, path_size) || strchr(name, '/'))
 		return false;
 	if (!(is_file(it->path) ? open_draft(&it->contents, it->path)
-				: create_draft(&it->contents, it->path)))
+				: create_draft(&it->contents, it->path))) {
+		if (is_fault())
+			end_run(it->path);
 		return false;
+	}
 	it->contents.is_durable = false;
 	it->stream = it->contents.stream;
 	return true;

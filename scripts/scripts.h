@@ -51,7 +51,8 @@ struct script {
  * mode, group and owner; a link in its place will be replaced, not followed. Returns false when no
  * script can be created: anything but a file or a link is in its place, a file that may not be
  * written is, the folder takes none, the path does not fit, or the name holds a '/'. Nothing is
- * cut and written under another name. */
+ * cut and written under another name. Where the machine fails (no room, no descriptor) the process
+ * ends with status 255, after a line on standard error. */
 bool open_script(script *it, const char *name, size_t path_size);
 
 /* Ends a script and puts it in its place. One that cannot be written (a full disk) is told on

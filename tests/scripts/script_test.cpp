@@ -188,3 +188,22 @@ TEST(close_script, leaves_the_old_script_where_there_is_no_room_and_tells_once)
 	EXPECT_EQ(told.err, "qos: " + SCRIPTS + "nas0: not written: No such file or directory\n");
 	signal(SIGXFSZ, SIG_DFL);
 }
+
+TEST(open_script, ends_the_process_without_a_descriptor)
+{
+	fresh_router router;
+	for (const char *old : { "", "old\n" }) {
+		if (*old)
+			write_file(SCRIPTS + "nas0", old);
+		auto open_without_descriptors = [] {
+			const rlimit none = { 3, 3 };
+			setrlimit(RLIMIT_NOFILE, &none);
+			script file;
+			open_script(&file, "nas0", SCRIPT_PATH_SIZE);
+		};
+		EXPECT_EXIT(open_without_descriptors(), testing::ExitedWithCode(255),
+			    "nas0: cannot be created: Too many open files, the run ends here\n");
+		EXPECT_EQ(count_names("."), 0u);
+	}
+	EXPECT_EQ(read_file(SCRIPTS + "nas0"), "old\n");
+}
