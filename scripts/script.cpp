@@ -43,6 +43,8 @@ bool open_script(script *it, const char *name, size_t path_size)
 		return false;
 	if (!(is_file(it->path) ? open_draft(&it->contents, it->path)
 				: create_draft(&it->contents, it->path))) {
+		if (errno == ENOMEM)
+			end_without_memory();
 		if (is_fault())
 			end_run(it->path);
 		return false;
@@ -58,5 +60,7 @@ void close_script(script *it)
 		return;
 	int reason = errno;
 	drop_draft(&it->contents);
+	if (reason == ENOMEM)
+		end_without_memory();
 	qos_warn("%s: not written: %s", it->path, strerror(reason));
 }

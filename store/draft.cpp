@@ -149,12 +149,35 @@ static bool is_closed_folder(int reason)
 	return reason == EACCES || reason == EPERM || reason == EROFS || reason == ENAMETOOLONG;
 }
 
+/* Takes what is written to the stream. A stream in memory of the C library's own loses what memory
+ * is short for, and does not say so. */
+static ssize_t take_text(void *cookie, const char *text, size_t size)
+{
+	draft *it = static_cast<draft *>(cookie);
+	if (it->room - it->size < size) {
+		size_t room = 2 * it->room + size;
+		char *grown = static_cast<char *>(realloc(it->text, room));
+		if (!grown)
+			return 0;
+		it->text = grown;
+		it->room = room;
+	}
+	memcpy(it->text + it->size, text, size);
+	it->size += size;
+	return static_cast<ssize_t>(size);
+}
+
 static bool open_stream(draft *it)
 {
+	cookie_io_functions_t functions = {};
+	functions.write = take_text;
 	it->is_durable = true;
-	it->stream = open_memstream(&it->text, &it->size);
-	if (!it->stream)
+	it->size = it->room = 0;
+	it->stream = fopencookie(it, "w", functions);
+	if (!it->stream) {
 		drop_draft(it);
+		errno = ENOMEM;
+	}
 	return it->stream;
 }
 

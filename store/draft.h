@@ -18,8 +18,8 @@ struct draft {
 	char target[PATH_MAX]; // the file that the contents are for
 	char path[PATH_MAX];   // of the draft; empty where the folder takes none
 	int fd;                // of the draft, -1 where there is none
-	char *text;            // what the stream took, once it is closed
-	size_t size;           // in bytes
+	char *text;            // what the stream took so far
+	size_t size, room;     // in bytes
 };
 
 /* Opens a draft for the regular file at path, which must be there and writable; a link stays a

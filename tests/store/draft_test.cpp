@@ -218,3 +218,28 @@ TEST(draft, leaves_a_write_protected_file)
 	ASSERT_EQ(chmod(FILE_PATH.c_str(), 0444), 0);
 	EXPECT_EQ(replace(FILE_PATH, "new"), geteuid() == 0);
 }
+
+/* Half of what was written would be taken for all of it. */
+TEST(finish_draft, fails_when_memory_is_short_for_the_text)
+{
+#ifdef __SANITIZE_ADDRESS__
+	GTEST_SKIP() << "the sanitizer has room of its own";
+#endif
+	fresh_router router;
+	write_file(FILE_PATH, "old\n");
+	const rlim_t enough = 64 << 20;
+	auto replace_without_memory = [] {
+		draft it;
+		if (!open_draft(&it, FILE_PATH.c_str()))
+			_exit(1);
+		const rlimit tight = { enough, enough };
+		setrlimit(RLIMIT_AS, &tight);
+		std::string line(4096, 'x');
+		for (rlim_t written = 0; written < enough; written += line.size())
+			fwrite(line.data(), 1, line.size(), it.stream);
+		_exit(!finish_draft(&it) && errno == ENOMEM && !*it.path ? 0 : 2);
+	};
+	EXPECT_EXIT(replace_without_memory(), testing::ExitedWithCode(0), "");
+	EXPECT_EQ(read_file(FILE_PATH), "old\n");
+	EXPECT_EQ(files_in_scratch().size(), 1u);
+}
