@@ -59,9 +59,9 @@ static char **collect_children(cfl *store, const char *id)
 	size_t room = g_class_count > 0 ? static_cast<size_t>(g_class_count) : 1;
 	char **children = static_cast<char **>(calloc(room, sizeof(char *)));
 	if (!children)
-		qos_warn("class %s: no memory for the classes below it", id);
+		end_without_memory();
 	size_t count = 0;
-	for (int i = 2; children && i <= g_class_count; i++) {
+	for (int i = 2; i <= g_class_count; i++) {
 		const char *child = cfl_section_get_name_by_position(store, i);
 		int scratch;
 		const char *parent = cfl_value_get_by_name(store, child, "PARENT_ID", &scratch);
@@ -73,7 +73,7 @@ static char **collect_children(cfl *store, const char *id)
 
 static void free_children(char **children)
 {
-	for (char **child = children; child && *child; child++)
+	for (char **child = children; *child; child++)
 		free(*child);
 	free(children);
 }
@@ -112,7 +112,7 @@ static int compile_class(const branch *parent, char *device, char *class_id,
 	char handle[CLASS_HANDLE_SIZE];
 	bool written = compile_script(device, class_id, parent_handle, minor, handle);
 	branch at = { parent, class_id, handle };
-	for (char **child = children; written && child && *child; child++) {
+	for (char **child = children; written && *child; child++) {
 		TRACE("do_class");
 		g_class_id += MINOR_STEP;
 		if (is_on_branch(&at, *child))

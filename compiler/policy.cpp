@@ -176,11 +176,8 @@ int do_policy(void)
 	int count = cfl_get_sections_count(store);
 	bound_policy *policies = static_cast<bound_policy *>(
 		calloc(static_cast<size_t>(count) + 1, sizeof(bound_policy)));
-	if (!policies) {
-		qos_warn("no memory for %d policies", count);
-		cfl_free(store);
-		return -1;
-	}
+	if (!policies)
+		end_without_memory();
 	resolve_devices(store, count, policies);
 	cfl_free(store);
 	TRACE("do_policy");
