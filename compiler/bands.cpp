@@ -26,7 +26,8 @@ static const struct {
 };
 static_assert(sizeof(BANDS) / sizeof(BANDS[0]) == 3, "a row a band");
 
-/* Writes the script of the root, band 0, or of one of its bands. */
+/* Writes the script of the root, band 0, or of one of its bands. The major number stands where a
+ * class has its parent's handle, so that the root's handle is the number alone. */
 static bool compile_node(char *device, const char *major, int band, char *id)
 {
 	script file;

@@ -51,6 +51,7 @@ static void write_leaf(FILE *script, const class_rec *rec)
 		fprintf(script, "QUANTUM=%s\n", rec->quantum);
 	if (is_leaf(rec, "sfq") && rec->perturb)
 		fprintf(script, "PERTURB=%s\n", rec->perturb);
+	// Without a limit the line stands all the same, and says nothing behind its '='.
 	if (is_leaf(rec, "pfifo") || is_leaf(rec, "bfifo"))
 		fprintf(script, "LIMIT=%s\n", text(rec->limit));
 }

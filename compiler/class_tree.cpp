@@ -107,6 +107,7 @@ static int compile_class(const branch *parent, char *device, char *class_id,
 	char **children = collect_children(store, class_id);
 	cfl_free(store);
 
+	// The hundredth class that the walk meets has this number too: a tree has fewer.
 	if (default_id && strcmp(class_id, default_id) == 0)
 		minor = DEFAULT_MINOR;
 	char handle[CLASS_HANDLE_SIZE];

@@ -18,6 +18,8 @@ static const size_t COMMAND_SIZE = 112; // leaves 38 characters for the name of 
 static const size_t LINE_SIZE = 1024;
 static const size_t DEVICE_NAME_MAX = 15;    // characters, as in the kernel
 
+/* The echo is for whoever follows a compile by eye: two lines a character, unflushed, in a page's
+ * source too. */
 static void echo_replacing(char *name, char from, char to)
 {
 	for (; *name; name++) {
@@ -118,6 +120,7 @@ int get_dev_name(const char *name, char **device)
 	return found;
 }
 
+/* Nothing here calls it: it is there for the router's own programs. */
 int read_pvc_info(char **pvc)
 {
 	FILE *list = open_regular_file(PVC_LIST);

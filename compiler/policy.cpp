@@ -131,7 +131,7 @@ static outcome compile_policy(const bound_policy *policy, policy_rec *rec)
 		qos_warn("policy %s: no device, left out", policy->name);
 		return SKIPPED;
 	}
-	replace_slash(policy->device);
+	replace_slash(policy->device); // and not back for a policy that is left out here
 	TRACE("do_policy");
 	if (!rec->root_class) {
 		qos_warn("policy %s: no root class, left out", policy->name);
