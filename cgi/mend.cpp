@@ -41,13 +41,20 @@ static bool (*get_staying(object_kind kind))(const char *)
 
 /* --- with it --- */
 
+/* A policy's bandwidth stands on no page: who posts it means it, and without it there stays what
+ * there is. */
+static bool is_bandwidth(const char *form)
+{
+	return strncmp(form, "bandwidth", 9) == 0;
+}
+
 /* A leaf's parameters are inputs only while their leaf is chosen: one that is not posted with
- * another leaf goes. The bandwidth stands on no page. */
+ * another leaf goes. */
 static bool is_dropped(const field *row)
 {
 	if (row->role == LEAF_VALUE && is_changed("leaf"))
 		return true;
-	return is_changed(row->form) && strncmp(row->form, "bandwidth", 9) != 0;
+	return is_changed(row->form) && !is_bandwidth(row->form);
 }
 
 /* Whether what was posted takes the place of the key's value, or becomes one. */
@@ -55,7 +62,8 @@ static bool takes_value(const edit *of, const char *form, const char *key, const
 {
 	if (!of->existed)
 		return *posted;
-	return is_changed(form) && (get_value(of, key) || strcmp(posted, get_preset(form)) != 0);
+	return (is_changed(form) || is_bandwidth(form)) &&
+	       (get_value(of, key) || strcmp(posted, get_preset(form)) != 0);
 }
 
 /* The unit of a number goes with it: no number, no unit. */
@@ -131,15 +139,13 @@ static void mend_field(const edit *of, const field *row, cfl *after)
 
 /* --- both --- */
 
-/* Without a discipline a policy ends every compile at itself. */
+/* Without a discipline a policy ends every compile at itself. It stands on no page either. */
 static void mend_discipline(const edit *of)
 {
-	const char *stored = get_value(of, "QDISC");
 	const char *posted = cgi_param("qdisc");
-	bool unchanged = stored && is_posted("changed") && !is_changed("qdisc");
-	if (posted && !unchanged)
+	if (posted)
 		set_value(of, "QDISC", posted);
-	else if (!stored)
+	else if (!get_value(of, "QDISC"))
 		set_value(of, "QDISC", DEFAULT_DISCIPLINE);
 }
 
