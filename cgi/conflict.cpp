@@ -66,8 +66,11 @@ static const char *find_taken(const naming_stores *in, const char *id, const cha
 	return taken;
 }
 
+/* A list that was posted and not changed stays as it is stored, and takes none. */
 static bool refuse_taken(const char *id, cfl *classes)
 {
+	if (is_posted("changed") && !is_changed("filter_id"))
+		return false;
 	cfl *bands = cfl_read(BASIC_STORE);
 	const naming_stores in = { classes, bands };
 	const char *user = nullptr;
