@@ -40,19 +40,3 @@ void set_list(const edit *of, const field *row, const char *const *values, int c
 		set_value(of, key, values[n]);
 	}
 }
-
-void copy_object(const edit *of, cfl *after, bool (*stays)(const char *key))
-{
-	int scratch, more_scratch;
-	for (int i = cfl_section_get_values_count(of->store, of->id); i >= 2; i--) {
-		const char *key = cfl_value_get_key_by_position(of->store, of->id, i);
-		if (key && !cfl_value_get_by_name(after, of->id, key, &scratch) && !stays(key))
-			remove_value(of, key);
-	}
-	int count = cfl_section_get_values_count(after, of->id);
-	for (int i = 2; i <= count; i++) {
-		const char *key = cfl_value_get_key_by_position(after, of->id, i);
-		set_value(of, key, cfl_value_get_by_position(after, of->id, i, &scratch,
-							     &more_scratch));
-	}
-}

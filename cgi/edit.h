@@ -25,7 +25,4 @@ void make_key(char key[UNIT_NAME_SIZE], const field *row, int n);
 /* Gives the object these values of a list, and no more of them. */
 void set_list(const edit *of, const field *row, const char *const *values, int count);
 
-/* Makes the object what it is in the store after, but for the keys that stay. */
-void copy_object(const edit *of, cfl *after, bool (*stays)(const char *key));
-
 #endif

@@ -13,30 +13,34 @@ static const char DEFAULT_DISCIPLINE[] = "htb";
 
 /* --- without the page script's word --- */
 
-static bool stays_in_policy(const char *key)
+/* Whether a key stays that the handler did not write: no form has it. */
+static bool stays(object_kind kind, const char *key)
 {
-	return strcmp(key, "QDISC") == 0 || strcmp(key, "BANDWIDTH") == 0 ||
-	       strcmp(key, "BANDWIDTH_UNIT") == 0 || strncmp(key, "BAND[", 5) == 0;
-}
-
-static bool stays_in_filter(const char *key)
-{
-	return strcmp(key, "NAT") == 0;
-}
-
-static bool stays_nowhere(const char *)
-{
+	switch (kind) {
+	case POLICY:
+		return strcmp(key, "QDISC") == 0 || strncmp(key, "BANDWIDTH", 9) == 0 ||
+		       strncmp(key, "BAND[", 5) == 0;
+	case FILTER: return strcmp(key, "NAT") == 0;
+	case CLASS: case PORT: case IP: case BASIC: return false;
+	}
 	return false;
 }
 
-static bool (*get_staying(object_kind kind))(const char *)
+/* Makes the object what the handler wrote, but for what only other programs write. */
+static void copy_object(const edit *of, cfl *after)
 {
-	switch (kind) {
-	case POLICY: return stays_in_policy;
-	case FILTER: return stays_in_filter;
-	case CLASS: case PORT: case IP: case BASIC: return stays_nowhere;
+	int scratch, more_scratch;
+	for (int i = cfl_section_get_values_count(of->store, of->id); i >= 2; i--) {
+		const char *key = cfl_value_get_key_by_position(of->store, of->id, i);
+		if (key && !cfl_value_get_by_name(after, of->id, key, &scratch) && !stays(of->kind, key))
+			remove_value(of, key);
 	}
-	return stays_nowhere;
+	int count = cfl_section_get_values_count(after, of->id);
+	for (int i = 2; i <= count; i++) {
+		const char *key = cfl_value_get_key_by_position(after, of->id, i);
+		set_value(of, key, cfl_value_get_by_position(after, of->id, i, &scratch,
+							     &more_scratch));
+	}
 }
 
 /* --- with it --- */
@@ -161,7 +165,7 @@ void mend_object(object_kind kind, const char *id, cfl *store, cfl *after)
 		if (kind == CLASS)
 			mend_tables(&of, &them);
 	} else {
-		copy_object(&of, after, get_staying(kind));
+		copy_object(&of, after);
 	}
 	if (kind == CLASS)
 		mend_days(&of, &them);
