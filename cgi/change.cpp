@@ -71,6 +71,13 @@ int refuse_unwritten(const char *path, int reason, bool is_undone, const char *p
 	return 0;
 }
 
+int refuse_without_filters(void)
+{
+	return refuse("500 Internal Server Error",
+		      "The store of the filters cannot be read, so their marks would be lost. "
+		      "Nothing was changed.");
+}
+
 int begin_exclusive(void)
 {
 	int lock = lock_stores(LOCK_EX, LOCK_SECONDS);
@@ -255,13 +262,15 @@ static int call_handler(const change *of)
 static void send_on(const change *of, int done)
 {
 	printf("<script language='javascript'>");
-	if (!done)
+	if (!done) {
 		printf("history.go(-1)");
-	else if (of->kind == POLICY && of->id)
-		printf("location.replace('main.cgi?obj=policy&type=display&action=open&id=%s')",
-		       of->id);
-	else
+	} else if (of->kind == POLICY && of->id) {
+		printf("location.replace('main.cgi?obj=policy&type=display&action=open&id=");
+		print_encoded(of->id); // a section of the store may be called anything
+		printf("')");
+	} else {
 		printf("location.replace('main.cgi?obj=%s&type=list')", KINDS[of->kind].word);
+	}
 	printf("</script>\n");
 }
 
@@ -308,9 +317,7 @@ static int carry_out(const change *of)
 static bool fits_stores(const change *of)
 {
 	if (of->kind == CLASS && of->store && !of->filters) {
-		refuse("500 Internal Server Error",
-		       "The store of the filters cannot be read, so their marks would be lost. "
-		       "Nothing was changed.");
+		refuse_without_filters();
 		return false;
 	}
 	if (is_posted("revision") && refuse_conflict(of->kind, of->action, of->id, of->store))

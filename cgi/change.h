@@ -26,6 +26,9 @@ void settle_stores(void);
 /* Puts the open change back and answers why, as refuse_unwritten does. */
 int give_up(const char *printed);
 
+/* The answer to a change of a class without the filters' store. */
+int refuse_without_filters(void);
+
 /* The answer to a change that could not be written whole: 507 for no room, else 500. path may be
  * null; is_undone tells whether everything is as it was; printed is what the handler printed, empty
  * for nothing. */

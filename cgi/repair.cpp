@@ -18,6 +18,7 @@
 #include "edit.h"
 #include "faults.h"
 #include "frame.h"
+#include "marks.h"
 #include "pages.h"
 #include "posted.h"
 #include "stored.h"
@@ -41,16 +42,30 @@ static void open_post(const char *obj, const char *type, const char *action)
 	print_hidden("action", action);
 }
 
-/* A name cannot be mended here: it stands in other objects too. */
-static void print_fault(void *, const fault *found)
+/* A name cannot be mended here: it stands in other objects too. to counts what can be. */
+static void print_fault(void *to, const fault *found)
 {
 	printf("<p>");
 	print_escaped(found->key ? found->key : "The name of the object");
-	printf(": %s.", found->why);
+	printf(": ");
+	print_escaped(found->why);
+	printf(".");
 	if (found->key) {
+		++*static_cast<int *>(to);
 		print_hidden("key", found->key);
 		printf(" <label>Instead: <input type='text' name='value' value=''></label>");
 	}
+	printf("</p>\n");
+}
+
+/* What is wrong with a name that could be shown, but by which no form asks. */
+static void print_odd_name(object_kind kind, const char *id)
+{
+	char sentence[STORED_SENTENCE_SIZE];
+	if (check_stored_id(kind, id, sentence, sizeof(sentence)))
+		return;
+	printf("<p>");
+	print_escaped(sentence);
 	printf("</p>\n");
 }
 
@@ -60,7 +75,8 @@ static void print_mending(object_kind kind, const char *id)
 	print_hidden("kind", KINDS[kind].word);
 	print_hidden("id", id);
 	printf("\n");
-	int count = tell_faults(kind, id, print_fault, nullptr);
+	int count = 0;
+	tell_faults(kind, id, print_fault, &count);
 	if (count > 0)
 		printf("<p>An empty input deletes the value.</p>\n"
 		       "<input type='submit' value='Mend'>");
@@ -107,9 +123,9 @@ int show_repair(object_kind kind, const char *id)
 	open_page("Needs repair", nullptr);
 	printf("<p>The %s ", KINDS[kind].word);
 	print_escaped(id);
-	printf(" holds what a browser would take as part of its page. It is shown here as plain "
-	       "text.</p>\n");
+	printf(" holds what cannot stand on its page. It is shown here as plain text.</p>\n");
 	print_values(kind, id);
+	print_odd_name(kind, id);
 	print_mending(kind, id);
 	print_deleting(kind, id);
 	close_page();
@@ -117,6 +133,18 @@ int show_repair(object_kind kind, const char *id)
 }
 
 /* --- the change --- */
+
+/* False where an object of that name has no description: it may be a way out of the folder. */
+static bool make_desc_name(char name[FILE_NAME_SIZE], object_kind kind, const char *id)
+{
+	int length = snprintf(name, FILE_NAME_SIZE, "desc/%s.%s", id, text(KINDS[kind].desc_word));
+	return fits(length, FILE_NAME_SIZE) && is_kept_name(name);
+}
+
+static bool is_desc(object_kind kind, const char *key)
+{
+	return strcmp(key, DESC_WORD) == 0 && KINDS[kind].desc_word;
+}
 
 /* Whether all keys have a value each, and may have it; answers the request where not. */
 static bool check_values(object_kind kind, const char *id)
@@ -127,11 +155,15 @@ static bool check_values(object_kind kind, const char *id)
 		return false;
 	}
 	for (int n = 0; n < count; n++) {
-		const char *key = get_posted("key", n);
-		bool is_desc = strcmp(key, DESC_WORD) == 0 && KINDS[kind].desc_word;
-		char sentence[STORED_SENTENCE_SIZE];
-		if (!check_stored_value(kind, id, is_desc ? nullptr : key, get_posted("value", n),
-					sentence, sizeof(sentence))) {
+		const char *key = is_desc(kind, get_posted("key", n)) ? nullptr
+								      : get_posted("key", n);
+		char sentence[STORED_SENTENCE_SIZE], name[FILE_NAME_SIZE];
+		if (!key && !make_desc_name(name, kind, id)) {
+			refuse("400 Bad Request", "An object of this name has no description.");
+			return false;
+		}
+		if (!check_stored_value(kind, id, key, get_posted("value", n), sentence,
+					sizeof(sentence))) {
 			refuse("400 Bad Request", "%s", sentence);
 			return false;
 		}
@@ -142,31 +174,70 @@ static bool check_values(object_kind kind, const char *id)
 static bool mend_desc(object_kind kind, const char *id, const char *desc)
 {
 	kept_file file = {};
-	snprintf(file.name, sizeof(file.name), "desc/%s.%s", id, KINDS[kind].desc_word);
+	if (!make_desc_name(file.name, kind, id))
+		return false;
 	file.state = *desc ? PRESENT : ABSENT;
 	file.bytes = const_cast<char *>(desc);
 	file.size = strlen(desc);
 	return put_file(&file);
 }
 
+/* Deletes a value. A list ends at its first gap, and what stands behind it would go too: the later
+ * entries move up, and a schedule table keeps its number. */
+static void delete_value(const edit *of, const char *key)
+{
+	int index;
+	const field *row = find_key(of->kind, key, &index);
+	char at[UNIT_NAME_SIZE], next[UNIT_NAME_SIZE];
+	snprintf(at, sizeof(at), "%s", key);
+	for (; row && is_list(row) && row->role != DAY; index++) {
+		make_key(next, row, index + 1);
+		const char *later = get_value(of, next);
+		if (!later)
+			break;
+		set_value(of, at, row->role == SLOTS ? "" : later);
+		if (row->role == SLOTS)
+			return;
+		memcpy(at, next, sizeof(at));
+	}
+	remove_value(of, at);
+}
+
+/* From the last key to the first: the page names the entries of a list in their order. */
 static bool mend_values(object_kind kind, const char *id, cfl *store)
 {
 	const edit of = { kind, store, id, true };
-	int count = count_posted("key");
-	for (int n = 0; n < count; n++) {
+	for (int n = count_posted("key") - 1; n >= 0; n--) {
 		const char *key = get_posted("key", n);
 		const char *value = get_posted("value", n);
-		if (strcmp(key, DESC_WORD) == 0 && KINDS[kind].desc_word) {
+		if (is_desc(kind, key)) {
 			if (!mend_desc(kind, id, value))
 				return false;
 		} else if (*value) {
 			set_value(&of, key, value);
 		} else {
-			remove_value(&of, key);
+			delete_value(&of, key);
 		}
 	}
-	const changed_store changed = { KINDS[kind].store, store };
-	return save_stores(&changed, 1);
+	return true;
+}
+
+/* A class may name other filters now. */
+static bool save_mended(object_kind kind, const char *id, cfl *store, cfl *filters)
+{
+	if (kind == CLASS) {
+		cfl *before = cfl_read(CLASS_STORE);
+		cfl *bands = cfl_read(BASIC_STORE);
+		const naming_stores now = { store, bands };
+		mend_marks(filters, before, &now, id);
+		cfl_free(before);
+		cfl_free(bands);
+	}
+	const changed_store changed[] = {
+		{ KINDS[kind].store, store },
+		{ FILTER_STORE, filters },
+	};
+	return save_stores(changed, kind == CLASS ? 2 : 1);
 }
 
 static bool begin_repair(object_kind kind, const char *id)
@@ -174,18 +245,25 @@ static bool begin_repair(object_kind kind, const char *id)
 	const change_note note = { getenv("REMOTE_USER"), getenv("REMOTE_ADDR"), KINDS[kind].word,
 				   "repair", id };
 	char desc[FILE_NAME_SIZE];
-	const char *names[] = { KINDS[kind].word, desc };
-	snprintf(desc, sizeof(desc), "desc/%s.%s", id, text(KINDS[kind].desc_word));
-	return begin_change(&note, names, is_kept_name(desc) ? 2 : 1);
+	const char *names[3] = { KINDS[kind].word };
+	int count = 1;
+	if (kind == CLASS)
+		names[count++] = KINDS[FILTER].word;
+	if (make_desc_name(desc, kind, id))
+		names[count++] = desc;
+	return begin_change(&note, names, count);
 }
 
-static int carry_out(object_kind kind, const char *id, cfl *store)
+static int carry_out(object_kind kind, const char *id, cfl *store, cfl *filters)
 {
+	if (kind == CLASS && !filters)
+		return refuse_without_filters();
 	if (cfl_section_get_values_count(store, id) == 0)
 		return refuse("409 Conflict", "There is no such object any more.");
 	if (!begin_repair(kind, id))
 		return refuse_unwritten(HISTORY_DIR, errno, true, "");
-	if (mend_values(kind, id, store) && commit_change()) {
+	if (mend_values(kind, id, store) && save_mended(kind, id, store, filters) &&
+	    commit_change()) {
 		begin_page();
 		tell_recovery();
 		printf("<script language='javascript'>"
@@ -208,7 +286,9 @@ int answer_repair(void)
 	if (lock < 0)
 		return 0;
 	cfl *store = cfl_read(KINDS[kind].store);
-	int status = carry_out(kind, id, store);
+	cfl *filters = kind == CLASS ? cfl_read(FILTER_STORE) : nullptr;
+	int status = carry_out(kind, id, store, filters);
+	cfl_free(filters);
 	cfl_free(store);
 	close(lock);
 	return status;
