@@ -10,6 +10,7 @@
 #include <cgi.h>
 
 #include "../history/history.h"
+#include "../store/laid_aside.h"
 #include "../store/text.h"
 #include "bundle_gate.h"
 #include "change.h"
@@ -130,8 +131,10 @@ static int import(kept_files *bundle)
 			      "again.");
 	const change_note note = { getenv("REMOTE_USER"), getenv("REMOTE_ADDR"), "bundle",
 				   "import", nullptr };
-	if (!import_bundle(&note, bundle))
-		return refuse_unwritten(nullptr, errno, true, "");
+	if (!import_bundle(&note, bundle)) {
+		int reason = errno;
+		return refuse_unwritten(nullptr, reason, !is_change_open(), "");
+	}
 	open_page("The bundle was imported", nullptr);
 	printf("<p>All settings are those of the bundle. The <a "
 	       "href='main.cgi?obj=router&amp;type=history'>history</a> leads back.</p>\n");

@@ -10,6 +10,7 @@
 #include <cgi.h>
 
 #include "../history/history.h"
+#include "../store/laid_aside.h"
 #include "../store/text.h"
 #include "change.h"
 #include "differences.h"
@@ -76,7 +77,7 @@ static int bring_back(unsigned number)
 			return refuse("409 Conflict",
 				      "The entry %u is not kept any more. Nothing was changed.",
 				      number);
-		return refuse_unwritten(nullptr, reason, true, "");
+		return refuse_unwritten(nullptr, reason, !is_change_open(), "");
 	}
 	begin_page();
 	tell_recovery();

@@ -184,12 +184,20 @@ static int answer_history_post(void)
 	return answer_back();
 }
 
+/* A change that is asked for with GET would be shown as a page, as if it were done. */
+static int answer_history(bool is_post)
+{
+	if (is_post)
+		return answer_history_post();
+	return cgi_param("action") ? refuse_method(is_post) : show_history();
+}
+
 /* The pages of the router around the kinds. */
 static int answer_router(bool is_post)
 {
 	const char *type = text(cgi_param("type"));
 	if (strcmp(type, "history") == 0)
-		return is_post ? answer_history_post() : show_history();
+		return answer_history(is_post);
 	if (strcmp(type, "bundle") == 0)
 		return is_post ? refuse_request("A bundle is posted as a file.") : answer_bundle();
 	if (strcmp(type, "repair") == 0)
