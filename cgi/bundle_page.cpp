@@ -16,6 +16,7 @@
 #include "change.h"
 #include "differences.h"
 #include "frame.h"
+#include "posted.h"
 
 /* --- giving --- */
 
@@ -121,9 +122,9 @@ static int import(kept_files *bundle)
 {
 	char revision[REVISION_SIZE];
 	const char *posted = cgi_param("revision");
-	if (!posted)
+	if (!posted || !is_revision(posted))
 		return refuse("400 Bad Request",
-			      "The field revision is missing: a bundle is checked before it is "
+			      "The field revision holds none: a bundle is checked before it is "
 			      "imported.");
 	if (!get_stores_revision(revision) || strcmp(revision, posted) != 0)
 		return refuse("409 Conflict",

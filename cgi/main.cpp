@@ -222,6 +222,15 @@ static int answer(bool is_post)
 			      "policy class filter port ip router.");
 }
 
+static int refuse_long_request(void)
+{
+	bool is_bundle = strncmp(text(getenv("CONTENT_TYPE")), BUNDLE_TYPE,
+				 strlen(BUNDLE_TYPE)) == 0;
+	return refuse("413 Content Too Large",
+		      is_bundle ? "The bundle is longer than 1 MiB."
+				: "The request is longer than 64 KiB.");
+}
+
 /* Refuses what is no request of a page of this router. */
 static bool is_acceptable(bool is_post)
 {
@@ -232,7 +241,7 @@ static bool is_acceptable(bool is_post)
 		       "This router does not go by the name that it was asked under. Names that it "
 		       "goes by can be added to %s.", HOST_NAMES);
 	else if (cgi_get_status() == CGI_TOO_LARGE)
-		refuse("413 Content Too Large", "The request is longer than 64 KiB.");
+		refuse_long_request();
 	else if (cgi_get_status() == CGI_MALFORMED)
 		refuse_request("The request cannot be read: its body is cut off or no form, or a "
 			       "NUL is in it.");

@@ -59,7 +59,7 @@ bool is_any_changed(void)
 
 /* --- their check --- */
 
-static bool is_revision(const char *value)
+bool is_revision(const char *value)
 {
 	return strlen(value) == REVISION_DIGITS && strspn(value, HEX_DIGITS) == REVISION_DIGITS;
 }

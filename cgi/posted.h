@@ -27,6 +27,9 @@ bool is_changed(const char *form);
 /* Whether it says that the person changed any. */
 bool is_any_changed(void);
 
+/* Whether a value is the text of a revision, of whatever. */
+bool is_revision(const char *value);
+
 /* Checks these fields. Returns true when all are well formed; else false, and sentence (size bytes)
  * says what is wrong. */
 bool check_posted(object_kind kind, char *sentence, size_t size);
