@@ -29,7 +29,8 @@ static void print_field(const field *row)
 	printf("\"%s\":{\"form\":\"%s\",\"empty\":%s,\"choices\":", row->form,
 	       get_form_word(row->allowed.form), row->allowed.may_be_empty ? "true" : "false");
 	print_choices(row->allowed.choices);
-	printf(",\"most\":%d,\"allowed\":\"%s\"}", row->most, allowed);
+	printf(",\"most\":%d,\"allowed\":\"%s\",\"pattern\":\"%s\"}", row->most, allowed,
+	       get_form_pattern(row->allowed.form));
 }
 
 static void print_kind(object_kind kind)

@@ -4,8 +4,9 @@
 
 /* Prints an object with a member for each kind, which has one for each field of its forms:
  *     "rate": { "form": "number", "empty": true, "choices": null, "most": 1,
- *               "allowed": "a number of 1 to 10 digits" }
- * most is the greatest number of values that a request may post, 1 for a field that is no list.
+ *               "allowed": "a number of 1 to 10 digits", "pattern": "[0-9]{1,10}" }
+ * The pattern is that of get_form_pattern(). most is the greatest number of values that a request
+ * may post, 1 for a field that is no list.
  * The headers are the caller's. */
 void print_rules_json(void);
 

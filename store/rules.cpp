@@ -135,19 +135,21 @@ bool is_well_formed(const rule *it, const char *value)
 /* In the order of enum value_form. A CHOICE_FORM is followed by its list. */
 static const struct {
 	const char *form;
+	const char *pattern;
 	const char *wrong;
 	const char *allowed;
 } WORDS[] = {
-	{ "id", "no id",
+	{ "id", "[A-Za-z0-9](?!.*[.][.])[A-Za-z0-9_.-]{0,31}", "no id",
 	  "1 to 32 letters, digits and _ . -, the first of them a letter or a digit, without two "
 	  "dots in a row" },
-	{ "number", "no number", "a number of 1 to 10 digits" },
-	{ "choice", "none of the choices", "one of: " },
-	{ "port", "no port", "a port (80) or an ascending range (1024-2048), within 0 to 65535" },
-	{ "address", "no address",
+	{ "number", "[0-9]{1,10}", "no number", "a number of 1 to 10 digits" },
+	{ "choice", ".*", "none of the choices", "one of: " },
+	{ "port", "[0-9]+(-[0-9]+)?", "no port",
+	  "a port (80) or an ascending range (1024-2048), within 0 to 65535" },
+	{ "address", "[0-9]+([.][0-9]+){3}([/-][0-9]+)?", "no address",
 	  "an address (192.168.1.10), one with a prefix length (192.168.1.0/24), or an ascending "
 	  "range of its last number (192.168.1.10-20)" },
-	{ "line", "no single line of text",
+	{ "line", "[^<>&]{0,99}", "no single line of text",
 	  "one line of at most 99 bytes of UTF-8, without control characters and without the "
 	  "characters < > &" },
 };
@@ -156,6 +158,11 @@ static_assert(sizeof(WORDS) / sizeof(WORDS[0]) == VALUE_FORMS_COUNT, "a row a fo
 const char *get_form_word(value_form form)
 {
 	return WORDS[form].form;
+}
+
+const char *get_form_pattern(value_form form)
+{
+	return WORDS[form].pattern;
 }
 
 void describe_rule(const rule *it, char *text)

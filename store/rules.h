@@ -27,6 +27,10 @@ bool is_well_formed(const rule *it, const char *value);
 /* One word for a form, for scripts: "id", "number", "choice", "port", "address", "line". */
 const char *get_form_word(value_form form);
 
+/* A regular expression, for scripts, that the whole of each value of a form matches. It keeps to
+ * what one can say without a backslash or a quote, so more matches it: is_well_formed() decides. */
+const char *get_form_pattern(value_form form);
+
 const size_t SENTENCE_SIZE = 400; // bytes for a sentence to the user
 
 /* Writes what a rule allows, as the end of a sentence ("a number of 1 to 10 digits"), to text

@@ -1,6 +1,8 @@
 /* The rules of the fields, on both sides of each limit, and where a post may come from. */
 #include "../../cgi/check.h"
 
+#include <regex>
+
 #include <cgi.h>
 
 #include "../../store/fields.h"
@@ -160,10 +162,20 @@ static const value_row LINES[] = {
 	{ "nat", true, "" }, { "nat", true, "on" }, { "nat", false, "a\nb" },
 };
 
+/* What is taken matches the pattern that the scripts of the pages look at. */
+static bool matches(const value_row &row)
+{
+	const field *found = find_form_field(kind_of(row.field), row.field);
+	const char *pattern = get_form_pattern(found->allowed.form);
+	return row.value.empty() || std::regex_match(row.value, std::regex(pattern));
+}
+
 template <size_t count> static void expect_rows(const value_row (&rows)[count])
 {
-	for (const value_row &row : rows)
+	for (const value_row &row : rows) {
 		EXPECT_EQ(takes(row.field, row.value), row.good) << row.field << ": " << row.value;
+		EXPECT_TRUE(!row.good || matches(row)) << row.field << ": " << row.value;
+	}
 }
 
 TEST(check_fields, takes_ids_of_1_to_32_plain_characters)

@@ -22,22 +22,25 @@ static const struct {
 	const char *kind, *row;
 } ROWS[] = {
 	{ "class", "\"rate\":{\"form\":\"number\",\"empty\":true,\"choices\":null,\"most\":1,"
-		   "\"allowed\":\"a number of 1 to 10 digits\"}" },
+		   "\"allowed\":\"a number of 1 to 10 digits\",\"pattern\":\"[0-9]{1,10}\"}" },
 	{ "class", "\"rate_unit\":{\"form\":\"choice\",\"empty\":false,"
 		   "\"choices\":[\"bps\",\"Kbps\",\"Mbps\"],\"most\":1,"
-		   "\"allowed\":\"one of: bps Kbps Mbps\"}" },
+		   "\"allowed\":\"one of: bps Kbps Mbps\",\"pattern\":\".*\"}" },
 	{ "class", "\"filter_id\":{\"form\":\"id\",\"empty\":false,\"choices\":null,\"most\":64,"
 		   "\"allowed\":\"1 to 32 letters, digits and _ . -, the first of them a letter or "
-		   "a digit, without two dots in a row\"}" },
+		   "a digit, without two dots in a row\","
+		   "\"pattern\":\"[A-Za-z0-9](?!.*[.][.])[A-Za-z0-9_.-]{0,31}\"}" },
 	{ "class", "\"time_enable\":{\"form\":\"choice\",\"empty\":false,"
-		   "\"choices\":[\"enable\"],\"most\":3,\"allowed\":\"one of: enable\"}" },
+		   "\"choices\":[\"enable\"],\"most\":3,\"allowed\":\"one of: enable\","
+		   "\"pattern\":\".*\"}" },
 	{ "class", "\"dow[6]\":{\"form\":\"choice\",\"empty\":false,\"choices\":[\"6\"],"
-		   "\"most\":3,\"allowed\":\"one of: 6\"}" },
+		   "\"most\":3,\"allowed\":\"one of: 6\",\"pattern\":\".*\"}" },
 	{ "policy", "\"qdisc\":{\"form\":\"choice\",\"empty\":false,"
-		    "\"choices\":[\"htb\",\"spq\"],\"most\":1,\"allowed\":\"one of: htb spq\"}" },
+		    "\"choices\":[\"htb\",\"spq\"],\"most\":1,\"allowed\":\"one of: htb spq\","
+		    "\"pattern\":\".*\"}" },
 	{ "port", "\"port_list\":{\"form\":\"port\",\"empty\":false,\"choices\":null,"
 		  "\"most\":17,\"allowed\":\"a port (80) or an ascending range (1024-2048), "
-		  "within 0 to 65535\"}" },
+		  "within 0 to 65535\",\"pattern\":\"[0-9]+(-[0-9]+)?\"}" },
 };
 
 TEST(print_rules_json, has_a_member_for_each_field_of_each_kind)
