@@ -43,7 +43,8 @@ constexpr rule HOUR_RULE = { CHOICE_FORM, false,
 			     "00 01 02 03 04 05 06 07 08 09 10 11 "
 			     "12 13 14 15 16 17 18 19 20 21 22 23" };
 
-/* The rows stand in the order in which an object stands in the store. */
+/* The rows stand in the order in which an object stands in the store. They are inline, so that a row
+ * is the same one in every source and can be compared by its address. */
 
 /* No page writes the discipline and the bands of a policy. */
 inline constexpr field POLICY_FIELDS[] = {

@@ -94,3 +94,14 @@ TEST(find_key, knows_the_keys_of_a_kind)
 		}
 	}
 }
+
+TEST(find_key, gives_the_row_that_other_sources_see)
+{
+	int index;
+	for (const field &row : FIELDS[PORT]) {
+		if (row.key) {
+			EXPECT_EQ(find_key(PORT, "PORT_LIST[1]", &index), &row);
+			EXPECT_EQ(find_form_field(PORT, row.form), &row);
+		}
+	}
+}
