@@ -121,7 +121,7 @@ static void print_last_change(const edit *of)
 {
 	entry last;
 	printf("\"changed\":");
-	if (!read_last_change(&last, of->kind, of->id)) {
+	if (!of->id || !read_last_change(&last, of->kind, of->id)) {
 		printf("null");
 		return;
 	}
@@ -172,8 +172,8 @@ static void print_taken(const edit *of)
 static int print_state(const edit *of)
 {
 	char revision[REVISION_SIZE];
-	bool is_there = get_revision(of->kind, of->id, revision);
-	if (!is_there)
+	bool is_there = of->id && get_revision(of->kind, of->id, revision);
+	if (of->id && !is_there)
 		printf("Status: 404 Not Found\r\n");
 	begin_json();
 	printf(is_there ? "{\"revision\":\"%s\"," : "{\"revision\":null,", revision);
@@ -193,8 +193,8 @@ int answer_state(void)
 	settle_stores();
 	object_kind kind;
 	const char *id = cgi_param("id");
-	if (!id || !find_kind(cgi_param("kind"), &kind))
-		return refuse("400 Bad Request", "The fields kind and id name no object.");
+	if (!find_kind(cgi_param("kind"), &kind))
+		return refuse("400 Bad Request", "The field kind names no kind of object.");
 	cfl *store = cfl_read(KINDS[kind].store);
 	const edit of = { kind, store, id, true };
 	int status = print_state(&of);

@@ -3,7 +3,8 @@
 #ifndef CGI_STATE_H
 #define CGI_STATE_H
 
-/* Answers the request for it: JSON, with status 404 where there is no such object. */
+/* Answers the request for it: JSON, with status 404 where there is no such object. Without an id it
+ * is about a new object, which has no values yet, but finds filters taken. */
 int answer_state(void);
 
 #endif
