@@ -9,6 +9,15 @@ export const cgi = `${site}/qos_config/cgi-bin/main.cgi`;
 const stores = path.join(process.env.QOS_ROOT, 'etc/conf/qos_config');
 export const read = name => fs.readFileSync(path.join(stores, name), 'utf8');
 
+// Puts a file of the stores back as it was; null: there was none.
+export function write(name, text)
+{
+	if (text === null)
+		fs.rmSync(path.join(stores, name), { force: true });
+	else
+		fs.writeFileSync(path.join(stores, name), text);
+}
+
 let checks = 0, failures = 0, suite = '';
 
 export function same(what, got, expected)
@@ -17,8 +26,22 @@ export function same(what, got, expected)
 	if (JSON.stringify(got) === JSON.stringify(expected))
 		return;
 	failures++;
-	console.log(`FAILED ${suite}: ${what}\n  got      ${JSON.stringify(got)}` +
-		`\n  expected ${JSON.stringify(expected)}`);
+	console.log(`FAILED ${suite}: ${what}\n  got      ${shorten(got, expected)}` +
+		`\n  expected ${shorten(expected, got)}`);
+}
+
+// Of a text of several lines, what differs from another.
+function shorten(text, other)
+{
+	if (typeof text !== 'string' || typeof other !== 'string')
+		return JSON.stringify(text);
+	const [lines, others] = [text.split('\n'), other.split('\n')];
+	const start = lines.findIndex((line, i) => line !== others[i]);
+	let end = 0;
+	while (end < lines.length - start - 1 && lines.at(-1 - end) === others.at(-1 - end))
+		end++;
+	const part = lines.slice(start, lines.length - end).join('\n');
+	return `(line ${start + 1}) ${JSON.stringify(part)}`;
 }
 
 // The keys of a section of a store, as text; empty when there is none.
@@ -33,7 +56,8 @@ export const query = (kind, action, id) =>
 export const list = kind => `?obj=${kind}&type=list`;
 
 let browser;
-export const { answer, arrive, back, choose, click, complaints, open, point, run, type } =
+export const { answer, arrive, back, choose, click, closeTab, complaints, goTo, open, openTab,
+	point, press, reload, run, type } =
 	new Proxy({}, { get: (none, name) => (...args) => browser[name](...args) });
 
 export const button = name => `img[name="${name}"]`;
@@ -45,13 +69,12 @@ export const checked = name =>
 export const texts = selector =>
 	run(`[...document.querySelectorAll(arguments[0])].map(e => e.textContent)`, selector);
 
-// Opens the picker of a button, and picks the id.
+// Opens the chooser of a button, and takes the id.
 export async function pick(buttonName, id)
 {
-	const picker = 'select:not([name])';
 	await click(buttonName);
-	await click(`${picker} option[value="${id}"]`);
-	await wait('the picker to close', async () => (await texts(picker)).length === 0);
+	await click(`.chooser button[value="${id}"]`);
+	await wait('the chooser to close', async () => (await texts('.chooser')).length === 0);
 }
 
 // From the list of a kind to the page of a new object, by their links.
@@ -97,6 +120,25 @@ export async function returned(page)
 		() => run(`document.forms.length === 1 && sent === false`));
 }
 
+// Deletes an object, which nothing asks about.
+export async function drop(kind, id)
+{
+	await open(cgi + list(kind));
+	await run(`[...document.forms].find(form => form.elements.id.value === arguments[0])
+		.submit()`, id);
+	await wait('the delete', () => !stored(kind, id));
+	await arrive(list(kind));
+}
+
+// The form holds what is stored, after what was typed has been forgotten.
+export const settled = () => wait('the form as it is stored', () => run(
+	`document.readyState === 'complete' && !document.querySelector('.notice') && !is_dirty()`)
+	.catch(() => false));
+
+// What is said above the form begins so.
+export const notice = text => wait(`the notice "${text}"`,
+	async () => (await texts('.notice'))[0]?.startsWith(text));
+
 // Sends the page, which is refused.
 export async function refused(buttonName, message, page)
 {
@@ -105,13 +147,13 @@ export async function refused(buttonName, message, page)
 	await returned(page);
 }
 
-// Runs drives, functions by their titles, in a browser of these flags.
-export async function session(name, flags, drives)
+// Runs drives, functions by their titles, in one browser.
+export async function session(drives)
 {
-	browser = await openBrowser(flags);
+	browser = await openBrowser();
 	try {
 		for (const [title, drive] of Object.entries(drives)) {
-			suite = `${title} (${name})`;
+			suite = title;
 			await drive();
 			same('complaints in the console', await complaints(), []);
 		}

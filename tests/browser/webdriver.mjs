@@ -46,7 +46,7 @@ async function startDriver(home)
 	return { driver, address: `http://127.0.0.1:${port}` };
 }
 
-export async function openBrowser(flags = [])
+export async function openBrowser()
 {
 	const home = fs.mkdtempSync(path.join(os.tmpdir(), 'browser-'));
 	const { driver, address } = await startDriver(home);
@@ -96,7 +96,24 @@ export async function openBrowser(flags = [])
 		run,
 		open: url => call('POST', '/url', { url }),
 		back: () => call('POST', '/back', {}),
+		reload: () => call('POST', '/refresh', {}),
 		url: () => call('GET', '/url'),
+		// Presses keys, one after the other, where the focus is.
+		press: async (...keys) => {
+			const actions = keys.flatMap(value =>
+				[{ type: 'keyDown', value }, { type: 'keyUp', value }]);
+			await call('POST', '/actions',
+				{ actions: [{ type: 'key', id: 'keyboard', actions }] });
+		},
+		// Opens a second tab, and goes to it; gives its name and that of the one left.
+		openTab: async () => {
+			const left = await call('GET', '/window');
+			const { handle } = await call('POST', '/window/new', { type: 'tab' });
+			await call('POST', '/window', { handle });
+			return [left, handle];
+		},
+		goTo: handle => call('POST', '/window', { handle }),
+		closeTab: async () => call('DELETE', '/window'),
 		click: async name => call('POST', `/element/${await element(name)}/click`, {}),
 		// Puts text into an input in place of what it holds.
 		type: async (name, text) => {
@@ -144,7 +161,7 @@ export async function openBrowser(flags = [])
 			unhandledPromptBehavior: 'ignore',
 			'goog:loggingPrefs': { browser: 'ALL' },
 			'goog:chromeOptions': { binary: '/usr/bin/chromium',
-				args: [...FLAGS, ...flags, `--user-data-dir=${home}/profile`] },
+				args: [...FLAGS, `--user-data-dir=${home}/profile`] },
 		} } });
 		session = `/session/${created.sessionId}`;
 	} catch (error) {
