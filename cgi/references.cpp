@@ -8,6 +8,7 @@
 #include <cfl.h>
 
 #include "../store/message.h"
+#include "../store/text.h"
 #include "edit.h"
 
 static const size_t ALERT_SIZE = 400; // bytes
@@ -80,19 +81,27 @@ static void tell_filters(const edit *of)
 	}
 }
 
+/* Whether entry n of a row, or its one value, is an empty number with a unit. */
+static bool has_lone_unit(const edit *of, const field *row, int n)
+{
+	char key[UNIT_NAME_SIZE], unit[UNIT_NAME_SIZE];
+	make_key(key, row, n);
+	make_unit_key(unit, key);
+	const char *number = get_value(of, key);
+	return number && !*number && *text(get_value(of, unit));
+}
+
 /* An older page stored an empty input with the unit beside it, which is no figure. */
 static void tell_lone_units(const edit *of)
 {
 	for (const field &row : CLASS_FIELDS) {
-		if (row.role != VALUE)
-			continue;
-		char unit[UNIT_NAME_SIZE];
-		make_unit_key(unit, row.key);
-		const char *number = get_value(of, row.key);
-		if (number && !*number && get_value(of, unit))
-			tell("%s: %s has a unit and no number. The next change of this class "
-			     "takes the unit away.",
-			     of->id, row.form);
+		int most = row.role == SLOTS ? TABLES_MAX : row.role == VALUE ? 1 : 0;
+		for (int n = 0; n < most; n++) {
+			if (has_lone_unit(of, &row, n))
+				tell("%s: %s has a unit and no number. The next change of this "
+				     "class takes the unit away.",
+				     of->id, row.form);
+		}
 	}
 }
 

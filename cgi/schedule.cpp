@@ -137,6 +137,29 @@ static bool takes_value(const tables *them, const char *form, const char *posted
 	return on && is_changed(form) && strcmp(posted, get_preset(form)) != 0;
 }
 
+/* Which tables have a key of a list, a bit each. */
+static unsigned get_present(const edit *of, const field *row)
+{
+	unsigned present = 0;
+	for (int table = 0; table < TABLES_MAX; table++) {
+		char key[UNIT_NAME_SIZE];
+		make_key(key, row, table);
+		if (get_value(of, key))
+			present |= 1u << table;
+	}
+	return present;
+}
+
+/* No number, no unit; but a unit in front of others becomes empty, for a list ends at its first
+ * gap. */
+static void drop_unit(const edit *of, const field *row, const char *key, int table)
+{
+	if (get_present(of, row) >> (table + 1))
+		set_value(of, key, "");
+	else
+		remove_value(of, key);
+}
+
 static void mend_unit(const edit *of, const tables *them, const char *form, const char *number_key,
 		      bool number_taken, int table)
 {
@@ -148,8 +171,8 @@ static void mend_unit(const edit *of, const tables *them, const char *form, cons
 	if (!row || !number)
 		return;
 	const char *posted = get_posted(row->form, table);
-	if (!*number && is_any_changed())
-		remove_value(of, key);
+	if (!*number && is_any_changed() && get_value(of, key))
+		drop_unit(of, row, key, table);
 	else if (*number && posted &&
 		 (number_taken ||
 		  takes_value(them, unit_form, posted, get_value(of, key), table)))
@@ -167,19 +190,6 @@ static void mend_slot(const edit *of, const tables *them, const field *row, int 
 	mend_unit(of, them, row->form, key, taken, table);
 }
 
-/* Which tables have a key of a list, a bit each. */
-static unsigned get_present(const edit *of, const field *row)
-{
-	unsigned present = 0;
-	for (int table = 0; table < TABLES_MAX; table++) {
-		char key[UNIT_NAME_SIZE];
-		make_key(key, row, table);
-		if (get_value(of, key))
-			present |= 1u << table;
-	}
-	return present;
-}
-
 /* A list ends at its first gap: a table without a value that has one behind it gets an empty one. */
 static void fill_gaps(const edit *of, const field *row)
 {
@@ -189,6 +199,19 @@ static void fill_gaps(const edit *of, const field *row)
 		make_key(key, row, table);
 		if (!(present & 1u << table) && present >> table)
 			set_value(of, key, "");
+	}
+}
+
+/* Empty units at the end of their list stood there for those behind them. */
+static void drop_last_units(const edit *of, const field *row)
+{
+	for (int table = TABLES_MAX - 1; table >= 0; table--) {
+		char key[UNIT_NAME_SIZE];
+		make_key(key, row, table);
+		const char *unit = get_value(of, key);
+		if (unit && *unit)
+			return;
+		remove_value(of, key);
 	}
 }
 
@@ -204,8 +227,10 @@ static void mend_row(const edit *of, const tables *them, const field *row)
 		mend_slot(of, them, row, table);
 	if (get_present(of, row) != before)
 		fill_gaps(of, row);
-	if (unit_row && get_present(of, unit_row) != units_before)
-		fill_gaps(of, unit_row);
+	if (!unit_row || get_present(of, unit_row) == units_before)
+		return;
+	drop_last_units(of, unit_row);
+	fill_gaps(of, unit_row);
 }
 
 void mend_tables(const edit *of, const tables *them)
