@@ -17,9 +17,8 @@ function read_all()
 async function save(kind, id)
 {
 	await run(`(go_update(page.form), true)`);
-	await wait(`the save of ${id}`, () => run(`document.readyState === 'complete' &&
-		(location.search.endsWith('type=list') || performance.timeOrigin > arguments[0])`,
-	opened).catch(() => false));
+	await wait(`the answer to the save of ${id}`,
+		() => run(`performance.timeOrigin > arguments[0]`, opened).catch(() => false));
 }
 
 let opened = 0;
