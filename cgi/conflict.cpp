@@ -43,8 +43,8 @@ static void print_conflict(object_kind kind, const char *id, bool is_there)
 	printf(is_there ? "<p>The form as you filled it in is one step back. There the stored value "
 			  "stands beside each field that differs: you can save yours over it, or take "
 			  "what is stored.</p>\n"
-			: "<p>The form as you filled it in is one step back. \"Save as\" makes the "
-			  "object anew.</p>\n");
+			: "<p>The form as you filled it in is one step back. From there it can be "
+			  "saved as a new one.</p>\n");
 	print_way_back();
 	close_page();
 }

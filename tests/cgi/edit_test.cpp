@@ -42,17 +42,3 @@ TEST(edit, a_list_that_is_longer_keeps_its_keys_where_they_are)
 		  "# lists\n[a]\nPORT_LIST[0]=1\n# the second\nPORT_LIST[1]=2\nX=y\n"
 		  "PORT_LIST[3]=4\nPORT_LIST[2]=3\n[b]\nPORT_LIST[0]=9\n");
 }
-
-TEST(edit, a_copied_object_keeps_place_comments_and_what_stays)
-{
-	std::string path = SCRATCH + "after";
-	std::string text = after(BEFORE, [&path](cfl *store) {
-		write_file(path, "[b]\nPORT_LIST[0]=8\n[a]\nPORT_LIST[1]=5\nPORT_LIST[0]=1\nNEW=1\n");
-		cfl *written = cfl_read(path.c_str());
-		const edit of = { PORT, store, "a", true };
-		copy_object(&of, written, [](const char *key) { return strcmp(key, "X") == 0; });
-		cfl_free(written);
-	});
-	EXPECT_EQ(text, "# lists\n[a]\nPORT_LIST[0]=1\n# the second\nPORT_LIST[1]=5\nX=y\nNEW=1\n"
-			"[b]\nPORT_LIST[0]=9\n");
-}
