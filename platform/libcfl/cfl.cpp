@@ -442,6 +442,15 @@ static bool is_none()
 	       errno == ELOOP || errno == ENAMETOOLONG || errno == ENXIO || errno == ENODEV;
 }
 
+static ssize_t read_some(int fd, char *to, size_t room)
+{
+	ssize_t got;
+	do {
+		got = read(fd, to, room);
+	} while (got < 0 && errno == EINTR);
+	return got;
+}
+
 /* Reads all of fd; *size receives the bytes. Returns null when it is no regular file, or with errno
  * set when a read fails. */
 static char *read_all(int fd, size_t *size)
@@ -459,7 +468,7 @@ static char *read_all(int fd, size_t *size)
 	if (!text)
 		end_without_memory();
 	ssize_t got;
-	for (*size = 0; (got = read(fd, text + *size, capacity - *size)) > 0;) {
+	for (*size = 0; (got = read_some(fd, text + *size, capacity - *size)) > 0;) {
 		*size += static_cast<size_t>(got);
 		if (*size < capacity)
 			continue;

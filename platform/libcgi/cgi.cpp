@@ -281,6 +281,20 @@ char *cgi_param_multiple(const char *name)
 	return given ? given->value : nullptr;
 }
 
+void cgi_forget(const char *name)
+{
+	request *in = get_request();
+	size_t kept = 0;
+	for (size_t i = 0; i < in->count; i++) {
+		if (!name || strcmp(in->fields[i].name, name) != 0)
+			in->fields[kept++] = in->fields[i];
+	}
+	in->count = kept;
+	in->first = nullptr;
+	for (size_t i = 0; i < kept; i++)
+		in->fields[i].next = 0; // the places behind have moved
+}
+
 /* --- the answer --- */
 
 int cgi_include(const char *path)

@@ -45,6 +45,10 @@ char *cgi_param(const char *name);
  * call begins with the first again. Every name has a place of its own. */
 char *cgi_param_multiple(const char *name);
 
+/* Forgets all values of a field, as if it had not been sent: for a program that passes the request on
+ * to code which would take the field for more than it is. */
+void cgi_forget(const char *name);
+
 /* Copies a file to standard output. Returns 1, or 0 when it cannot be read. */
 int cgi_include(const char *path);
 

@@ -368,3 +368,19 @@ TEST(cgi_read_body, takes_a_body_of_the_type_and_leaves_the_fields_of_the_query)
 	parcel.type = "application/x-parcel";
 	EXPECT_EQ(body_of(parcel, 100), "none 0 0 no a");
 }
+
+TEST(cgi_forget, leaves_the_other_fields_in_their_order)
+{
+	std::string out = answer_to(post("a=1&b=2&a=3&c=4&b=5"), [] {
+		printf("%s", cgi_param_multiple("b"));
+		cgi_forget("a");
+		cgi_forget("none");
+		cgi_forget(nullptr);
+		printf("%s", cgi_param("a") ? "a" : "-");
+		printf("%s", cgi_param_multiple("b"));
+		printf("%s", cgi_param_multiple("b"));
+		printf("%s%s", cgi_param_multiple("b") ? "b" : "-", cgi_param("c"));
+		return 0;
+	}).out;
+	EXPECT_EQ(out, "2-25-4");
+}
