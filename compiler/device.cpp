@@ -100,7 +100,7 @@ int get_dev_name(const char *name, char **device)
 			      "/usr/local/sbin/imish -e \"show intfinfo %s > /tmp/qos_devinfo\" "
 			      "2> /dev/null",
 			      name);
-	if (!fits(length, sizeof(command)) || !is_harmless(name, NAME_MARKS)) {
+	if (!fits(length, sizeof(command)) || !*name || !is_harmless(name, NAME_MARKS)) {
 		qos_warn("%s: no name of an interface", name);
 		return 0;
 	}

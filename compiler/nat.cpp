@@ -37,8 +37,12 @@ static bool has_run(int state)
 bool is_translated(const char *entry, bool nat_on)
 {
 	const char *device = text(g_cur_dev);
-	if (!is_harmless(entry, ENTRY_MARKS) || !is_harmless(device, NAME_MARKS))
+	if (!is_harmless(entry, ENTRY_MARKS) || !is_harmless(device, NAME_MARKS)) {
+		qos_warn("'%.40s' on %.40s is not given to the NAT test: it holds what a shell "
+			 "could take for more than a name",
+			 entry, device);
 		return false;
+	}
 	char command[NAT_COMMAND_SIZE];
 	int length = snprintf(command, sizeof(command),
 			      "/usr/local/sbin/qos_config/check_nat.sh %s %s", device, entry);
