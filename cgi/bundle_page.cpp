@@ -20,20 +20,6 @@
 
 /* --- giving --- */
 
-/* The page needs its script: what it sends is a file, and no form. */
-static int offer_bundle(void)
-{
-	open_page("Bundle", nullptr);
-	printf("<p><a href='main.cgi?obj=router&amp;type=bundle' download='qos-bundle.txt'>"
-	       "Download all settings</a> as one file.</p>\n"
-	       "<p><label>Bring settings back from a file: <input type='file' id='bundle'></label>"
-	       "</p>\n"
-	       "<div id='bundle_answer'></div>\n"
-	       "<script src='../../qos_config/html/bundle.js'></script>\n");
-	close_page();
-	return 0;
-}
-
 /* The bundle as a text on the heap; null, with errno set, when it cannot be made. */
 static char *make_bundle(size_t *size)
 {
@@ -48,6 +34,40 @@ static char *make_bundle(size_t *size)
 	free(bundle);
 	errno = reason;
 	return nullptr;
+}
+
+/* A store that was edited by other hands may hold what no form may post, and neither may a bundle. Who
+ * keeps one is told before it is needed. */
+static void warn_of_gate(void)
+{
+	size_t size;
+	char sentence[BUNDLE_SENTENCE_SIZE];
+	char *text = make_bundle(&size);
+	kept_files bundle = NO_FILES;
+	if (text && read_bundle(&bundle, text, size) == BUNDLE_WELL) {
+		if (!check_bundle(&bundle, sentence, sizeof(sentence))) {
+			printf("<p>This bundle could not be brought back as it is. ");
+			print_escaped(sentence);
+			printf("</p>\n");
+		}
+		free_kept_files(&bundle);
+	}
+	free(text);
+}
+
+/* The page needs its script: what it sends is a file, and no form. */
+static int offer_bundle(void)
+{
+	open_page("Bundle", nullptr);
+	printf("<p><a href='main.cgi?obj=router&amp;type=bundle' download='qos-bundle.txt'>"
+	       "Download all settings</a> as one file.</p>\n"
+	       "<p><label>Bring settings back from a file: <input type='file' id='bundle'></label>"
+	       "</p>\n"
+	       "<div id='bundle_answer'></div>\n");
+	warn_of_gate();
+	printf("<script src='../../qos_config/html/bundle.js'></script>\n");
+	close_page();
+	return 0;
 }
 
 static int give_bundle(void)

@@ -13,6 +13,7 @@
 #include "../history/history.h"
 #include "../store/laid_aside.h"
 #include "../store/lock.h"
+#include "../store/fields.h"
 #include "../store/save.h"
 #include "../store/text.h"
 #include "capture.h"
@@ -35,9 +36,9 @@ struct change {
 	change_action action;
 	char *id;
 	cfl *store;   // of the kind; becomes what it shall be
-	cfl *before;  // of a class: its store once more, which stays as it was
+	cfl *before;  // the same once more, which stays as it was
 	cfl *filters; // of a class: the filters, for their marks
-	kept_file desc;
+	kept_file store_file, filters_file, desc;
 };
 
 } // namespace
@@ -141,9 +142,11 @@ static void make_desc_name(char name[FILE_NAME_SIZE], const change *of)
 static void read_before(change *of)
 {
 	of->store = cfl_read(KINDS[of->kind].store);
+	of->before = cfl_read(KINDS[of->kind].store);
+	read_kept_file(&of->store_file, KINDS[of->kind].word);
 	if (of->kind == CLASS) {
-		of->before = cfl_read(CLASS_STORE);
 		of->filters = cfl_read(FILTER_STORE);
+		read_kept_file(&of->filters_file, KINDS[FILTER].word);
 	}
 	if (has_description(of)) {
 		char name[FILE_NAME_SIZE];
@@ -157,6 +160,8 @@ static void free_before(change *of)
 	cfl_free(of->store);
 	cfl_free(of->before);
 	cfl_free(of->filters);
+	free_kept_file(&of->store_file);
+	free_kept_file(&of->filters_file);
 	free_kept_file(&of->desc);
 }
 
@@ -217,6 +222,46 @@ static void mend_class_marks(const change *of, cfl *classes)
 	cfl_free(bands);
 }
 
+/* Whether a store says what the text of its file does: its lines, whatever ends them. */
+static bool says_same(cfl *store, const kept_file *file)
+{
+	cfl *was = file->state == PRESENT ? cfl_read_text(file->bytes, file->size) : nullptr;
+	char *old_text, *new_text;
+	size_t old_size, new_size;
+	FILE *old_stream = open_memstream(&old_text, &old_size);
+	FILE *new_stream = open_memstream(&new_text, &new_size);
+	bool written = old_stream && new_stream && cfl_write(was, old_stream) == 0 &&
+		       cfl_write(store, new_stream) == 0;
+	if (old_stream)
+		fclose(old_stream);
+	if (new_stream)
+		fclose(new_stream);
+	bool same = written && old_size == new_size && memcmp(old_text, new_text, old_size) == 0;
+	if (old_stream)
+		free(old_text);
+	if (new_stream)
+		free(new_text);
+	cfl_free(was);
+	return same;
+}
+
+/* Writes the stores that this change makes another; one that stays gets back the bytes that it had,
+ * line ends included. */
+static bool write_changed(const changed_store *stores, const kept_file *const *files, int count)
+{
+	changed_store changed[SAVED_STORES_MAX];
+	int changed_count = 0;
+	for (int i = 0; i < count; i++) {
+		if (!says_same(stores[i].store, files[i])) {
+			changed[changed_count++] = stores[i];
+		} else if (!put_file(files[i])) {
+			note_write_failure(stores[i].path, errno);
+			return false;
+		}
+	}
+	return changed_count == 0 || save_stores(changed, changed_count);
+}
+
 static bool write_saved(const change *of)
 {
 	if (of->kind == CLASS)
@@ -225,21 +270,44 @@ static bool write_saved(const change *of)
 		{ KINDS[of->kind].store, of->store },
 		{ FILTER_STORE, of->filters },
 	};
-	return save_stores(stores, of->kind == CLASS ? 2 : 1);
+	const kept_file *const files[] = { &of->store_file, &of->filters_file };
+	return write_changed(stores, files, of->kind == CLASS ? 2 : 1);
 }
 
 /* The filters of a class that is gone are free again, where no other names them. */
-static bool write_deleted(const change *of)
+static bool free_filters(const change *of)
 {
-	cfl *classes = of->kind == CLASS && of->id ? cfl_read(CLASS_STORE) : nullptr;
-	if (cfl_section_get_values_count(classes, of->id) > 0 || !classes) {
-		cfl_free(classes);
-		return true;
-	}
-	mend_class_marks(of, classes);
+	cfl *classes = cfl_read(CLASS_STORE);
+	bool is_gone = classes && cfl_section_get_values_count(classes, of->id) == 0;
+	if (is_gone)
+		mend_class_marks(of, classes);
 	cfl_free(classes);
 	const changed_store filters = { FILTER_STORE, of->filters };
-	return save_stores(&filters, 1);
+	const kept_file *const file = &of->filters_file;
+	return !is_gone || write_changed(&filters, &file, 1);
+}
+
+/* Policies stay when they are deleted: each is an interface's. One of a name that no page can show
+ * is none. */
+static bool remove_odd_policy(const change *of)
+{
+	if (is_well_formed(&ID_RULE, of->id))
+		return true;
+	cfl_section_remove(of->store, of->id);
+	const changed_store policies = { POLICY_STORE, of->store };
+	return save_stores(&policies, 1);
+}
+
+static bool write_deleted(const change *of)
+{
+	if (!of->id)
+		return true;
+	switch (of->kind) {
+	case CLASS: return free_filters(of);
+	case POLICY: return remove_odd_policy(of);
+	case FILTER: case PORT: case IP: case BASIC: break; // the handler has done all
+	}
+	return true;
 }
 
 static bool mend(const change *of)
@@ -296,11 +364,21 @@ int give_up(const char *printed)
 	return refuse_unwritten(failure ? failure->path : nullptr, reason, is_undone, printed);
 }
 
+/* The select of a filter's priority shows one even where the stored one is none of its options, and
+ * posts it. The handler would refuse it as a changed one that is taken. */
+static void forget_unchanged(const change *of)
+{
+	if (of->kind == FILTER && of->action == UPDATE && is_posted("changed") &&
+	    !is_changed("prio") && cfl_section_get_values_count(of->store, of->id) > 0)
+		cgi_forget("prio");
+}
+
 /* Runs the handler. Where its store cannot be read it tells so itself and writes nothing. */
 static int carry_out(const change *of)
 {
 	if (of->store && !open_entry(of))
 		return refuse_unwritten(HISTORY_DIR, errno, true, "");
+	forget_unchanged(of);
 	if (!hold_headers() || !begin_capture())
 		return give_up("");
 	int done = call_handler(of);
@@ -339,7 +417,7 @@ int answer_change(object_kind kind, change_action action, char *id)
 	int lock = begin_exclusive();
 	if (lock < 0)
 		return 0;
-	change of = { kind, action, id, nullptr, nullptr, nullptr, {} };
+	change of = { kind, action, id, nullptr, nullptr, nullptr, {}, {}, {} };
 	read_before(&of);
 	int status = fits_stores(&of) ? carry_out(&of) : 0;
 	free_before(&of);

@@ -3,9 +3,8 @@
 
 #include <stdio.h>
 
-#include <cgi.h>
-
-#include "../store/fields.h"
+#include "fields.h"
+#include "posted.h"
 
 /* Lists are counted, for what a record has no room for would be lost; of the others the first
  * value counts. */
@@ -21,7 +20,7 @@ static bool check_count(const field *row, int count, char *sentence)
 static bool check_values(const field *row, char *sentence)
 {
 	int count = 0;
-	while (const char *value = cgi_param_multiple(row->form)) {
+	for (const char *value = get_first(row->form); value; value = get_next(row->form)) {
 		if (!is_well_formed(&row->allowed, value)) {
 			describe_fault(&row->allowed, row->form, value, sentence);
 			return false;
@@ -31,10 +30,16 @@ static bool check_values(const field *row, char *sentence)
 	return check_count(row, count, sentence);
 }
 
+/* The boxes of the days are not looked at where the request names the days of each table. */
+static bool is_read(const field *row)
+{
+	return row->form && !(row->role == DAY && is_posted(DAYS_FIELD));
+}
+
 bool check_fields(object_kind kind, char *sentence)
 {
 	for (const field &row : FIELDS[kind]) {
-		if (row.form && !check_values(&row, sentence))
+		if (is_read(&row) && !check_values(&row, sentence))
 			return false;
 	}
 	return true;

@@ -55,7 +55,7 @@ static void print_conflict(object_kind kind, const char *id, bool is_there)
 static const char *find_taken(const naming_stores *in, const char *id, const char **user)
 {
 	const char *taken = nullptr;
-	while (const char *filter = cgi_param_multiple("filter_id")) {
+	for (const char *filter = get_first("filter_id"); filter; filter = get_next("filter_id")) {
 		if (taken || is_posted_as("shared", filter) ||
 		    names_filter(in->classes, id, filter))
 			continue;

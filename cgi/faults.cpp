@@ -86,7 +86,8 @@ static int tell_value(const fault *it, int places, fault_teller tell, void *to)
 	return 1;
 }
 
-static int tell_row(const edit *of, const shown_value *row, fault_teller tell, void *to)
+static int tell_row(const edit *of, const shown_value *row, int places, fault_teller tell,
+		    void *to)
 {
 	int count = 0;
 	for (int n = 0; n < row->most; n++) {
@@ -96,7 +97,7 @@ static int tell_row(const edit *of, const shown_value *row, fault_teller tell, v
 		if (!value)
 			break;
 		const fault it = { row->kind, of->id, key, value, nullptr };
-		count += tell_value(&it, row->places, tell, to);
+		count += tell_value(&it, row->places & places, tell, to);
 	}
 	return count;
 }
@@ -129,15 +130,16 @@ static int tell_description(object_kind kind, const char *id, fault_teller tell,
 	return tell_value(&it, IN_TEXT, tell, to);
 }
 
-int tell_faults(object_kind kind, const char *id, fault_teller tell, void *to)
+int tell_faults(object_kind kind, const char *id, bool in_text_only, fault_teller tell, void *to)
 {
+	const int places = in_text_only ? IN_TEXT : IN_ATTRIBUTE | IN_TEXT | IN_SCRIPT;
 	cfl *store = cfl_read(KINDS[kind].store);
 	const edit of = { kind, store, id, true };
 	const fault name = { kind, id, nullptr, id, nullptr };
-	int count = tell_value(&name, IN_ATTRIBUTE | IN_TEXT, tell, to);
+	int count = tell_value(&name, (IN_ATTRIBUTE | IN_TEXT) & places, tell, to);
 	for (const shown_value &row : SHOWN) {
 		if (row.kind == kind)
-			count += tell_row(&of, &row, tell, to);
+			count += tell_row(&of, &row, places, tell, to);
 	}
 	if (kind == CLASS)
 		count += tell_leaf(&of, tell, to);
@@ -152,7 +154,7 @@ static const char *find_faulty_policy(void)
 {
 	static const char *const DEVICES[] = { "LAN1", "LAN2", "LAN3", "LAN4", "LAN5" };
 	for (const char *id : DEVICES) {
-		if (tell_faults(POLICY, id, nullptr, nullptr) > 0)
+		if (tell_faults(POLICY, id, true, nullptr, nullptr) > 0)
 			return id;
 	}
 	return nullptr;
@@ -185,7 +187,7 @@ bool find_faulty_object(object_kind kind, const char *id, bool shows_object,
 {
 	*faulty_kind = kind;
 	*faulty_id = id;
-	if (id && shows_object && tell_faults(kind, id, nullptr, nullptr) > 0)
+	if (id && shows_object && tell_faults(kind, id, false, nullptr, nullptr) > 0)
 		return true;
 	*faulty_id = kind == POLICY ? find_faulty_policy() : nullptr;
 	if (kind == CLASS) {

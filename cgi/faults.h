@@ -18,8 +18,9 @@ const char DESC_WORD[] = "desc"; // in the place of a key, for the description
 
 typedef void (*fault_teller)(void *to, const fault *found);
 
-/* Tells each value of an object that is at fault on its page; tell may be null. Returns how many. */
-int tell_faults(object_kind kind, const char *id, fault_teller tell, void *to);
+/* Tells each value of an object that is at fault on its page, or, with in_text_only, where another
+ * page shows it as text; tell may be null. Returns how many. */
+int tell_faults(object_kind kind, const char *id, bool in_text_only, fault_teller tell, void *to);
 
 /* The object with a fault that the display of this one would show; false for none. A policy's page
  * shows some of all five policies, a class's the names of the free filters. shows_object tells

@@ -2,6 +2,7 @@
 #include "fields.h"
 
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
 
 static const char UNIT[] = "_unit";
@@ -31,6 +32,30 @@ const char *get_preset(const char *form)
 			return row.preset;
 	}
 	return "";
+}
+
+/* The option of a select that has the value of a number, as text; null for none. */
+static const char *find_option(long number)
+{
+	static const char *const HOURS[] = {
+		"00", "01", "02", "03", "04", "05", "06", "07", "08", "09", "10", "11",
+		"12", "13", "14", "15", "16", "17", "18", "19", "20", "21", "22", "23",
+	};
+	const long count = sizeof(HOURS) / sizeof(HOURS[0]);
+	return number >= 0 && number < count ? HOURS[number] : nullptr;
+}
+
+/* The hours are selected by their number, whatever it is written like: text that is none is 0. */
+const char *get_shown(const field *row, const char *stored)
+{
+	if (!stored)
+		return get_preset(row->form);
+	if (row->allowed.form != CHOICE_FORM || is_well_formed(&row->allowed, stored))
+		return stored;
+	const char *option = row->allowed.choices == HOUR_RULE.choices
+				     ? find_option(strtol(stored, nullptr, 10))
+				     : nullptr;
+	return option ? option : get_preset(row->form);
 }
 
 void make_unit_form(char unit[UNIT_NAME_SIZE], const char *form)

@@ -16,6 +16,10 @@ const char SWITCH_FIELD[] = "time_enable";
  * without a selected option, the first; the MTU that is offered. */
 const char *get_preset(const char *form);
 
+/* What the page shows of a stored value (null for none): the value itself in an input, in a select
+ * the option that is selected, or the first. Lives as long as the value. */
+const char *get_shown(const field *row, const char *stored);
+
 const size_t UNIT_NAME_SIZE = 40; // bytes, for names and keys of fields
 
 /* The name of the field with the unit of a number: "rate" has "rate_unit". */

@@ -3,9 +3,10 @@
 
 #include <string.h>
 
-#include <cgi.h>
-
 #include "edit.h"
+#include "posted.h"
+
+static const char *const POSTED_LISTS[] = { "filter_id", "unuse_filter_id" };
 
 static const char *get_filter(cfl *store, const char *id, int n)
 {
@@ -62,8 +63,8 @@ void mend_marks(cfl *filters, cfl *before, const naming_stores *now, const char 
 {
 	mend_named(filters, before, now, class_id);
 	mend_named(filters, now->classes, now, class_id);
-	while (const char *filter = cgi_param_multiple("filter_id"))
-		mend_mark(filters, now, class_id, filter);
-	while (const char *filter = cgi_param_multiple("unuse_filter_id"))
-		mend_mark(filters, now, class_id, filter);
+	for (const char *list : POSTED_LISTS) {
+		for (const char *filter = get_first(list); filter; filter = get_next(list))
+			mend_mark(filters, now, class_id, filter);
+	}
 }

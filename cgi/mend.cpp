@@ -114,7 +114,7 @@ static void mend_list(const edit *of, const field *row)
 		return;
 	const char *values[FILTERS_MAX];
 	int count = 0;
-	while (const char *value = cgi_param_multiple(row->form)) {
+	for (const char *value = get_first(row->form); value; value = get_next(row->form)) {
 		if (count < FILTERS_MAX)
 			values[count++] = value;
 	}
@@ -147,9 +147,10 @@ static void mend_field(const edit *of, const field *row, cfl *after)
 static void mend_discipline(const edit *of)
 {
 	const char *posted = cgi_param("qdisc");
+	const char *stored = get_value(of, "QDISC");
 	if (posted)
 		set_value(of, "QDISC", posted);
-	else if (!get_value(of, "QDISC"))
+	else if (!stored || !*stored)
 		set_value(of, "QDISC", DEFAULT_DISCIPLINE);
 }
 

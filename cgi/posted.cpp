@@ -1,5 +1,6 @@
-/* Questions about the posted fields. libcgi gives the values of a repeated field one after the
- * other and then begins anew, so each question here walks to the end. */
+/* Questions about the posted fields. libcgi gives the values of a repeated field one after the other
+ * and then begins anew; a reader whose list is full stops before the end, and the next one would
+ * begin there. So each question here begins with the first value and walks to the end. */
 #include "posted.h"
 
 #include <stdio.h>
@@ -17,10 +18,22 @@ bool is_posted(const char *field)
 	return cgi_param(field) != nullptr;
 }
 
+const char *get_first(const char *field)
+{
+	while (cgi_param_multiple(field)) {
+	}
+	return cgi_param_multiple(field);
+}
+
+const char *get_next(const char *field)
+{
+	return cgi_param_multiple(field);
+}
+
 bool is_posted_as(const char *field, const char *value)
 {
 	bool found = false;
-	while (const char *posted = cgi_param_multiple(field))
+	for (const char *posted = get_first(field); posted; posted = get_next(field))
 		found = found || strcmp(posted, value) == 0;
 	return found;
 }
@@ -28,7 +41,7 @@ bool is_posted_as(const char *field, const char *value)
 int count_posted(const char *field)
 {
 	int count = 0;
-	while (cgi_param_multiple(field))
+	for (const char *posted = get_first(field); posted; posted = get_next(field))
 		count++;
 	return count;
 }
@@ -37,7 +50,7 @@ const char *get_posted(const char *field, int n)
 {
 	const char *wanted = nullptr;
 	int at = 0;
-	while (const char *posted = cgi_param_multiple(field)) {
+	for (const char *posted = get_first(field); posted; posted = get_next(field)) {
 		if (at++ == n)
 			wanted = posted;
 	}
@@ -52,7 +65,7 @@ bool is_changed(const char *form)
 bool is_any_changed(void)
 {
 	bool found = false;
-	while (const char *posted = cgi_param_multiple("changed"))
+	for (const char *posted = get_first("changed"); posted; posted = get_next("changed"))
 		found = found || *posted;
 	return found;
 }
@@ -83,7 +96,7 @@ static bool is_form_name(object_kind kind, const char *form)
 static bool check_changed(object_kind kind, char *sentence, size_t size)
 {
 	bool known = true;
-	while (const char *form = cgi_param_multiple("changed")) {
+	for (const char *form = get_first("changed"); form; form = get_next("changed")) {
 		if (*form && !is_form_name(kind, form))
 			known = false;
 	}
@@ -96,7 +109,7 @@ static bool check_changed(object_kind kind, char *sentence, size_t size)
 static bool check_days(char *sentence, size_t size)
 {
 	bool well_formed = true;
-	while (const char *days = cgi_param_multiple(DAYS_FIELD))
+	for (const char *days = get_first(DAYS_FIELD); days; days = get_next(DAYS_FIELD))
 		well_formed = well_formed && is_days(days);
 	if (!well_formed)
 		snprintf(sentence, size,
@@ -114,7 +127,7 @@ static bool check_days(char *sentence, size_t size)
 static bool check_revision(char *sentence, size_t size)
 {
 	bool well_formed = true;
-	while (const char *revision = cgi_param_multiple("revision"))
+	for (const char *revision = get_first("revision"); revision; revision = get_next("revision"))
 		well_formed = well_formed && is_revision(revision);
 	if (!well_formed)
 		snprintf(sentence, size, "The field revision holds no revision of an object.");

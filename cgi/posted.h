@@ -13,6 +13,12 @@
 
 bool is_posted(const char *field);
 
+/* The values of a field one after the other, for a loop:
+ *     for (const char *value = get_first(field); value; value = get_next(field))
+ * It begins with the first, wherever another reader of the field stopped. */
+const char *get_first(const char *field);
+const char *get_next(const char *field);
+
 /* Whether one of the posted values of a field is this one. */
 bool is_posted_as(const char *field, const char *value);
 

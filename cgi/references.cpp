@@ -10,6 +10,7 @@
 #include "../store/message.h"
 #include "../store/text.h"
 #include "edit.h"
+#include "marks.h"
 
 static const size_t ALERT_SIZE = 400; // bytes
 
@@ -152,8 +153,9 @@ void tell_references(object_kind kind, const char *id)
 
 /* --- what a delete leaves --- */
 
-static void tell_children(cfl *classes, const char *id)
+static void tell_children(const char *id)
 {
+	cfl *classes = cfl_read(CLASS_STORE);
 	int count = cfl_get_sections_count(classes);
 	for (int i = 2; i <= count; i++) {
 		const char *child = cfl_section_get_name_by_position(classes, i);
@@ -163,13 +165,30 @@ static void tell_children(cfl *classes, const char *id)
 			tell("%s still names %s as its parent, so it is in no tree now.", child,
 			     id);
 	}
+	cfl_free(classes);
+}
+
+/* The handler looks for a filter among the classes only. */
+static void tell_bands(const char *id)
+{
+	cfl *bands = cfl_read(BASIC_STORE);
+	int count = cfl_get_sections_count(bands);
+	for (int i = 2; i <= count; i++) {
+		const char *band = cfl_section_get_name_by_position(bands, i);
+		if (band && names_filter(bands, band, id))
+			tell("The band %s still names the filter %s, which is not there any more.",
+			     band, id);
+	}
+	cfl_free(bands);
 }
 
 void tell_orphans(object_kind kind, const char *id)
 {
-	if (kind != CLASS || !id || is_in(kind, id))
+	if (!id || is_in(kind, id))
 		return;
-	cfl *classes = cfl_read(CLASS_STORE);
-	tell_children(classes, id);
-	cfl_free(classes);
+	switch (kind) {
+	case CLASS: tell_children(id); break;
+	case FILTER: tell_bands(id); break;
+	case POLICY: case PORT: case IP: case BASIC: break; // what names them stops a delete
+	}
 }

@@ -76,7 +76,7 @@ static void print_mending(object_kind kind, const char *id)
 	print_hidden("id", id);
 	printf("\n");
 	int count = 0;
-	tell_faults(kind, id, print_fault, &count);
+	tell_faults(kind, id, false, print_fault, &count);
 	if (count > 0)
 		printf("<p>An empty input deletes the value.</p>\n"
 		       "<input type='submit' value='Mend'>");
@@ -110,7 +110,7 @@ static void print_values(object_kind kind, const char *id)
 
 static void print_deleting(object_kind kind, const char *id)
 {
-	if (kind == POLICY)
+	if (kind == POLICY && is_well_formed(&ID_RULE, id))
 		return; // policies stay
 	open_post(KINDS[kind].word, "display", "delete");
 	print_hidden("id", id);

@@ -18,17 +18,44 @@ static const field *find_row(const char *form)
 	return find_form_field(CLASS, form);
 }
 
+static const char *get_stored(const edit *of, const field *row, int table)
+{
+	char key[UNIT_NAME_SIZE];
+	make_key(key, row, table);
+	return get_value(of, key);
+}
+
+/* What the page shows of a list in a table: a list ends at its first gap. */
+static const char *get_displayed(const edit *of, const field *row, int table)
+{
+	for (int n = 0; n < table; n++) {
+		if (!get_stored(of, row, n))
+			return get_shown(row, nullptr);
+	}
+	return get_shown(row, get_stored(of, row, table));
+}
+
+/* Whether a table gets all that was posted for it, for it has nothing of its own: one that is
+ * switched on, or one that is off and has its first rate. Tables move up where one before them is
+ * switched off, and one that is off keeps its values that way. */
+static bool is_fresh(const tables *them, const edit *before, int table)
+{
+	const field *rate = find_row("time_rate");
+	const char *posted = get_posted(rate->form, table);
+	if (table < them->on)
+		return !them->was_on[table];
+	return !get_stored(before, rate, table) && is_changed(rate->form) && posted && *posted;
+}
+
 void read_tables(tables *them, const edit *before)
 {
 	*them = {};
 	them->on = count_posted(SWITCH_FIELD);
-	// A list ends at its first gap, on the page too.
 	for (int table = 0; table < TABLES_MAX; table++) {
-		char key[UNIT_NAME_SIZE];
-		make_key(key, find_row(SWITCH_FIELD), table);
-		if (!get_value(before, key))
-			return;
-		them->was_on[table] = true;
+		bool follows = table == 0 || them->was_on[table - 1];
+		them->was_on[table] =
+			follows && get_stored(before, find_row(SWITCH_FIELD), table);
+		them->is_fresh[table] = is_fresh(them, before, table);
 	}
 }
 
@@ -68,11 +95,8 @@ static bool is_table_changed(const tables *them, const edit *before, int table)
 		if (!is_table_value(&row))
 			continue;
 		const char *posted = get_posted(row.form, table);
-		char key[UNIT_NAME_SIZE];
-		make_key(key, &row, table);
-		const char *stored = get_value(before, key);
-		const char *shown = stored ? stored : get_preset(row.form);
-		if (posted && may_change(row.form) && strcmp(posted, shown) != 0)
+		if (posted && may_change(row.form) &&
+		    strcmp(posted, get_displayed(before, &row, table)) != 0)
 			return true;
 	}
 	return false;
@@ -82,9 +106,7 @@ static bool is_table_changed(const tables *them, const edit *before, int table)
 static const char *get_rate(const edit *before, int table)
 {
 	const field *row = find_row("time_rate");
-	char key[UNIT_NAME_SIZE];
-	make_key(key, row, table);
-	const char *stored = get_value(before, key);
+	const char *stored = get_stored(before, row, table);
 	return text(stored && !may_change(row->form) ? stored : get_posted(row->form, table));
 }
 
@@ -122,84 +144,67 @@ static void mend_switches(const edit *of, const tables *them)
 	}
 }
 
-/* Whether the posted value of a list takes its place in a table. A list that was changed in one
+namespace {
+
+/* What a list shall have in each table; null where it stays as it is. */
+struct wanted_list {
+	const char *values[TABLES_MAX];
+};
+
+} // namespace
+
+/* The posted value of a list where it takes its place in a table. A list that was changed in one
  * table is posted with the values of the others too. */
-static bool takes_value(const tables *them, const char *form, const char *posted,
-			const char *stored, int table)
+static const char *get_wanted(const edit *of, const tables *them, const field *row, int table)
 {
-	bool on = table < them->on;
+	const char *posted = get_posted(row->form, table);
+	const char *stored = get_stored(of, row, table);
 	if (!posted)
-		return false;
-	if (stored)
-		return is_changed(form) && strcmp(posted, stored) != 0;
-	if (on && !them->was_on[table]) // a new table gets presets too, but no empty values
-		return *posted;
-	return on && is_changed(form) && strcmp(posted, get_preset(form)) != 0;
+		return nullptr;
+	if (!stored && them->is_fresh[table]) // presets too, but no empty values
+		return *posted ? posted : nullptr;
+	if (!stored && table >= them->on)
+		return nullptr;
+	bool differs = strcmp(posted, get_displayed(of, row, table)) != 0;
+	return is_changed(row->form) && differs ? posted : nullptr;
 }
 
-/* Which tables have a key of a list, a bit each. */
-static unsigned get_present(const edit *of, const field *row)
+/* Whether the list gets its first value in one of the tables from this one on. */
+static bool grows_from(const edit *of, const field *row, const wanted_list *wanted, int table)
 {
-	unsigned present = 0;
-	for (int table = 0; table < TABLES_MAX; table++) {
-		char key[UNIT_NAME_SIZE];
-		make_key(key, row, table);
-		if (get_value(of, key))
-			present |= 1u << table;
+	for (; table < TABLES_MAX; table++) {
+		if (wanted->values[table] && !get_stored(of, row, table))
+			return true;
 	}
-	return present;
+	return false;
 }
 
-/* No number, no unit; but a unit in front of others becomes empty, for a list ends at its first
- * gap. */
-static void drop_unit(const edit *of, const field *row, const char *key, int table)
+/* A list ends at its first gap: a table without a value gets an empty one where one is added behind
+ * it. A gap that was there before stays. */
+static void write_list(const edit *of, const field *row, const wanted_list *wanted)
 {
-	if (get_present(of, row) >> (table + 1))
-		set_value(of, key, "");
-	else
-		remove_value(of, key);
-}
-
-static void mend_unit(const edit *of, const tables *them, const char *form, const char *number_key,
-		      bool number_taken, int table)
-{
-	char unit_form[UNIT_NAME_SIZE], key[UNIT_NAME_SIZE];
-	make_unit_form(unit_form, form);
-	make_unit_key(key, number_key);
-	const field *row = find_row(unit_form);
-	const char *number = get_value(of, number_key);
-	if (!row || !number)
-		return;
-	const char *posted = get_posted(row->form, table);
-	if (!*number && is_any_changed() && get_value(of, key))
-		drop_unit(of, row, key, table);
-	else if (*number && posted &&
-		 (number_taken ||
-		  takes_value(them, unit_form, posted, get_value(of, key), table)))
-		set_value(of, key, posted);
-}
-
-static void mend_slot(const edit *of, const tables *them, const field *row, int table)
-{
-	char key[UNIT_NAME_SIZE];
-	make_key(key, row, table);
-	const char *posted = get_posted(row->form, table);
-	bool taken = takes_value(them, row->form, posted, get_value(of, key), table);
-	if (taken)
-		set_value(of, key, posted);
-	mend_unit(of, them, row->form, key, taken, table);
-}
-
-/* A list ends at its first gap: a table without a value that has one behind it gets an empty one. */
-static void fill_gaps(const edit *of, const field *row)
-{
-	unsigned present = get_present(of, row);
 	for (int table = 0; table < TABLES_MAX; table++) {
 		char key[UNIT_NAME_SIZE];
 		make_key(key, row, table);
-		if (!(present & 1u << table) && present >> table)
+		if (wanted->values[table])
+			set_value(of, key, wanted->values[table]);
+		else if (!get_value(of, key) && grows_from(of, row, wanted, table))
 			set_value(of, key, "");
 	}
+}
+
+/* What the unit of a number shall be: it goes with its number, and no number, no unit. */
+static const char *get_wanted_unit(const edit *of, const tables *them, const field *number_row,
+				   const field *row, bool number_taken, int table)
+{
+	const char *number = get_stored(of, number_row, table);
+	const char *stored = get_stored(of, row, table);
+	if (!number)
+		return nullptr;
+	if (!*number)
+		return is_any_changed() && stored && *stored ? "" : nullptr;
+	const char *posted = get_posted(row->form, table);
+	return number_taken && posted ? posted : get_wanted(of, them, row, table);
 }
 
 /* Empty units at the end of their list stood there for those behind them. */
@@ -215,30 +220,36 @@ static void drop_last_units(const edit *of, const field *row)
 	}
 }
 
-/* The values of one list in all tables. A list that had a gap before and is not touched keeps it. */
-static void mend_row(const edit *of, const tables *them, const field *row)
+static void mend_units(const edit *of, const tables *them, const field *number_row,
+		       const wanted_list *numbers)
 {
 	char unit[UNIT_NAME_SIZE];
-	make_unit_form(unit, row->form);
-	const field *unit_row = find_row(unit);
-	unsigned before = get_present(of, row);
-	unsigned units_before = unit_row ? get_present(of, unit_row) : 0;
-	for (int table = 0; table < TABLES_MAX; table++)
-		mend_slot(of, them, row, table);
-	if (get_present(of, row) != before)
-		fill_gaps(of, row);
-	if (!unit_row || get_present(of, unit_row) == units_before)
+	make_unit_form(unit, number_row->form);
+	const field *row = find_row(unit);
+	wanted_list wanted = {};
+	bool is_touched = false;
+	for (int table = 0; row && table < TABLES_MAX; table++) {
+		wanted.values[table] = get_wanted_unit(of, them, number_row, row,
+						       numbers->values[table], table);
+		is_touched = is_touched || wanted.values[table];
+	}
+	if (!is_touched)
 		return;
-	drop_last_units(of, unit_row);
-	fill_gaps(of, unit_row);
+	write_list(of, row, &wanted);
+	drop_last_units(of, row);
 }
 
 void mend_tables(const edit *of, const tables *them)
 {
 	mend_switches(of, them);
 	for (const field &row : CLASS_FIELDS) {
-		if (is_table_value(&row) && !is_unit(&row))
-			mend_row(of, them, &row);
+		if (!is_table_value(&row) || is_unit(&row))
+			continue;
+		wanted_list wanted = {};
+		for (int table = 0; table < TABLES_MAX; table++)
+			wanted.values[table] = get_wanted(of, them, &row, table);
+		write_list(of, &row, &wanted);
+		mend_units(of, them, &row, &wanted);
 	}
 }
 

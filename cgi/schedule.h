@@ -8,7 +8,8 @@
 
 struct tables {
 	int on;                  // tables that the form switches on, the first ones
-	bool was_on[TABLES_MAX]; // in the store, before this change
+	bool was_on[TABLES_MAX]; // on the page, before this change
+	bool is_fresh[TABLES_MAX]; // gets all that was posted for it
 };
 
 void read_tables(tables *them, const edit *before);

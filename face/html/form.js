@@ -135,14 +135,14 @@ function says_something(values, name, n)
 	return at(values, name, n) !== '' && !(number && at(values, number[1], n) === '');
 }
 
-/* A table that is switched on has all its values stored, so each that says something counts. */
+/* A table that is switched on now has all its values stored, so each that says something counts. One
+ * that was switched off keeps what the router has of it, so one that was emptied counts too. */
 function is_table_changed(now, then, name, table)
 {
-	if (!at(now, 'time_enable', table))
-		return name === 'time_enable' && Boolean(at(then, name, table));
-	if (!at(then, 'time_enable', table))
-		return says_something(now, name, table);
-	return at(now, name, table) !== at(then, name, table);
+	if (at(now, name, table) !== at(then, name, table))
+		return true;
+	return at(now, 'time_enable', table) && !at(then, 'time_enable', table) &&
+		says_something(now, name, table);
 }
 
 function are_days_changed(now, then, table)

@@ -7,7 +7,7 @@ static int faults_of(object_kind kind, const std::string &values)
 {
 	fresh_pages router;
 	router.store(KINDS[kind].word, "[a]\n" + values);
-	return tell_faults(kind, "a", nullptr, nullptr);
+	return tell_faults(kind, "a", false, nullptr, nullptr);
 }
 
 static const struct {
@@ -58,9 +58,9 @@ TEST(faults, names)
 	fresh_pages router;
 	for (const char *id : { "a'b", "a<b", "a>b", "a&b", "a\x01" }) {
 		router.store("port", std::string("[") + id + "]\nPORT_LIST[0]=1\n");
-		EXPECT_EQ(tell_faults(PORT, id, nullptr, nullptr), 1) << id;
+		EXPECT_EQ(tell_faults(PORT, id, false, nullptr, nullptr), 1) << id;
 	}
-	EXPECT_EQ(tell_faults(PORT, "a b", nullptr, nullptr), 0);
+	EXPECT_EQ(tell_faults(PORT, "a b", false, nullptr, nullptr), 0);
 }
 
 TEST(faults, descriptions)
@@ -73,6 +73,6 @@ TEST(faults, descriptions)
 	} rows[] = { { "<", 1 }, { "a&b\n", 1 }, { "'\">\n", 0 }, { "\x01", 0 }, { "a\nb\n", 0 } };
 	for (const auto &row : rows) {
 		write_file(DESCRIPTIONS + "a.port", row.text);
-		EXPECT_EQ(tell_faults(PORT, "a", nullptr, nullptr), row.faults) << row.text;
+		EXPECT_EQ(tell_faults(PORT, "a", false, nullptr, nullptr), row.faults) << row.text;
 	}
 }
