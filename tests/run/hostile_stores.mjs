@@ -43,8 +43,8 @@ const SHAPES = {
 	'has NULs behind it': text => text + '\x00'.repeat(4096),
 	'has a NUL in every line': text => text.replaceAll('=', '=\x00').replaceAll(']', '\x00]'),
 	'is twice the same': text => text + text,
-	'has a line of 4 MB': text => text + `KEY=${'x'.repeat(1 << 22)}\n`,
-	'has a heading of 1 MB': text => text + `[${'x'.repeat(1 << 20)}]\nPRIO=1\n`,
+	'has a line of 1 MB': text => text + `KEY=${'x'.repeat(1 << 20)}\n`,
+	'has a heading of 256 KB': text => text + `[${'x'.repeat(1 << 18)}]\nPRIO=1\n`,
 	'has bytes that are no UTF-8': text => text.replaceAll('=', '=\xff\xc0\xaf\xed\xa0\x80'),
 };
 
@@ -74,9 +74,9 @@ const SETS = {
 	'a chain of 400 classes': () => append('class', many(400,
 		i => `[c${i}]\nPARENT_ID=${i ? `c${i - 1}` : 'fibre'}\nRATE=1\nRATE_UNIT=Kbps\n`)),
 	'5000 classes': () => append('class', many(5000, i => `[c${i}]\nPARENT_ID=none\n`)),
-	'5000 port lists': () => append('port', many(5000,
+	'1000 port lists': () => append('port', many(1000,
 		i => `[p${i}]\nPORT_LIST[0]=${i + 1}\n`)),
-	'5000 filters': () => append('filter', many(5000, i => `[f${i}]\nUSE=unuse\n`)),
+	'1000 filters': () => append('filter', many(1000, i => `[f${i}]\nUSE=unuse\n`)),
 	'a port list of 5000 entries': () => append('port',
 		`[p]\n${many(5000, i => `PORT_LIST[${i}]=${i + 1}\n`)}`),
 	'a class with 300 filters': () => replace('class', '[fibre-web]\n',
@@ -87,15 +87,15 @@ const SETS = {
 		`[phones]\n${many(17, i => `IP_LIST[${i}]=10.0.${i}.1-254\n`)}`),
 	'a policy with 40 bands': () => replace('policy', '[LAN5]\n',
 		`[LAN5]\n${many(40, i => `BAND[${i}]=b${i}\n`)}`),
-	'500 policies': () => append('policy', many(500,
+	'100 policies': () => append('policy', many(100,
 		i => `[LAN${i + 6}]\nROOT_CLASS=none\nQDISC=htb\n`)),
 	'descriptions with markup': () => {
 		for (const name of fs.readdirSync(at('desc')))
 			write(`desc/${name}`, `${MARK}\n<q>`);
 	},
-	'descriptions of 1 MB': () => {
+	'descriptions of 256 KB': () => {
 		for (const name of fs.readdirSync(at('desc')))
-			write(`desc/${name}`, 'x'.repeat(1 << 20));
+			write(`desc/${name}`, 'x'.repeat(1 << 18));
 	},
 	'descriptions with NULs': () => {
 		for (const name of fs.readdirSync(at('desc')))
