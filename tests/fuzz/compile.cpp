@@ -28,14 +28,16 @@ static void write_text(const std::string &path, const std::string &text)
 	     "a file is written");
 }
 
-/* What stands behind start in text, up to end; empty when it is not framed so. */
-static std::string between(const std::string &text, const std::string &start,
-			   const std::string &end)
+/* Takes what stands between start and end out of text; false when it is not framed so. */
+static bool take_between(const std::string &text, const std::string &start, const std::string &end,
+			 std::string *found)
 {
-	const bool framed = text.size() >= start.size() + end.size() &&
-			    text.compare(0, start.size(), start) == 0 &&
-			    text.compare(text.size() - end.size(), end.size(), end) == 0;
-	return framed ? text.substr(start.size(), text.size() - start.size() - end.size()) : "";
+	if (text.size() < start.size() + end.size() ||
+	    text.compare(0, start.size(), start) != 0 ||
+	    text.compare(text.size() - end.size(), end.size(), end) != 0)
+		return false;
+	*found = text.substr(start.size(), text.size() - start.size() - end.size());
+	return true;
 }
 
 static bool is_plain(const std::string &text, const std::string &marks)
@@ -53,16 +55,17 @@ static bool is_plain(const std::string &text, const std::string &marks)
  * and looks at what a shell would have been told. */
 extern "C" int system(const char *command)
 {
-	const std::string name = between(command, "/usr/local/sbin/imish -e \"show intfinfo ",
-					 " > /tmp/qos_devinfo\" 2> /dev/null");
-	if (!name.empty()) {
-		must(is_plain(name, "_./:@-"), "the command shell is asked for a plain name");
-		const std::string device = "# interface\nDEVICE=\"" + name + "\"\n";
+	std::string asked;
+	if (take_between(command, "/usr/local/sbin/imish -e \"show intfinfo ",
+			 " > /tmp/qos_devinfo\" 2> /dev/null", &asked)) {
+		must(is_plain(asked, "_./:@-") && (asked.empty() || !strchr("./:@-", asked[0])),
+		     "the command shell is asked for a plain name, which is no option");
+		const std::string device = "# interface\nDEVICE=\"" + asked + "\"\n";
 		write_text(REPORT, report.empty() ? device : report);
 		return 0;
 	}
-	const std::string asked = between(command, "/usr/local/sbin/qos_config/check_nat.sh ", "");
-	must(!asked.empty(), "only the router's own programs are started");
+	must(take_between(command, "/usr/local/sbin/qos_config/check_nat.sh ", "", &asked),
+	     "only the router's own programs are started");
 	must(is_plain(asked, " _./:@-"), "the NAT test is given plain words");
 	return asked.size() % 2 ? 1 << 8 : 0;
 }
