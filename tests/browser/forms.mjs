@@ -214,7 +214,8 @@ async function driveDays()
 		SECOND);
 	same('no other is on', schedules().filter(line => /^DOW.1|ENABLE\[1\]/.test(line)), []);
 
-	// A new table behind one that is left out, with a day that the first has not.
+	// A new table behind one that is left out, with a day that the first has not. What is
+	// switched off keeps its values behind those that are on.
 	await open_class();
 	await click('[name="dow[0]"]@0');
 	await click('[name=time_enable]@2');
@@ -225,10 +226,11 @@ async function driveDays()
 	same('days of both', lines.filter(line => /^DOW/.test(line)).sort(),
 		['DOW01=0', 'DOW10=1', 'DOW20=2', 'DOW30=3', 'DOW40=4', 'DOW50=5', 'DOW60=6']);
 	same('rates of both', lines.filter(line => /^TIME_RATE(_UNIT)?\[/.test(line)).sort(),
-		['TIME_RATE[0]=4', 'TIME_RATE[1]=3', 'TIME_RATE_UNIT[0]=Mbps',
-			'TIME_RATE_UNIT[1]=bps']);
+		['TIME_RATE[0]=4', 'TIME_RATE[1]=3', 'TIME_RATE[2]=512', 'TIME_RATE_UNIT[0]=Mbps',
+			'TIME_RATE_UNIT[1]=bps', 'TIME_RATE_UNIT[2]=Kbps']);
 	same('hours of both', lines.filter(line => /HOUR/.test(line)).sort(),
-		['END_HOUR[0]=23', 'END_HOUR[1]=00', 'START_HOUR[0]=18', 'START_HOUR[1]=00']);
+		['END_HOUR[0]=23', 'END_HOUR[1]=00', 'END_HOUR[2]=18', 'START_HOUR[0]=18',
+			'START_HOUR[1]=00', 'START_HOUR[2]=08']);
 
 	await open_class();
 	await click('[name=time_enable]@0');

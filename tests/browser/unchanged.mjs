@@ -99,7 +99,8 @@ async function driveChanges()
 {
 	const sample = read('class');
 	// A unit without a number, as older pages left it, is mended by any change.
-	write('class', sample.replace('TIME_BURST[0]=\n', 'TIME_BURST[0]=10\n'));
+	write('class', sample.replace('TIME_BURST[0]=\n', 'TIME_BURST[0]=10\n')
+		.replace('TIME_BURST_UNIT[0]=\n', 'TIME_BURST_UNIT[0]=B\n'));
 	const before = read_all();
 	for (const [object, field, value, ...replaced] of CHANGES) {
 		const [kind, id] = object.split(' ');
