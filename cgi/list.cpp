@@ -23,7 +23,7 @@ static void print_link(const char *kind, const char *action, const char *id, con
 
 /* The button takes the revision of what the list shows along: what somebody else changes meanwhile
  * is not deleted by a person who has not seen it. */
-static void print_delete_button(object_kind kind, const char *id)
+static void print_delete_button(cfl *store, object_kind kind, const char *id)
 {
 	char revision[REVISION_SIZE];
 	printf("<form method='POST' action='main.cgi'>"
@@ -31,7 +31,7 @@ static void print_delete_button(object_kind kind, const char *id)
 	       "<input type='hidden' name='type' value='display'>"
 	       "<input type='hidden' name='action' value='delete'>",
 	       KINDS[kind].word);
-	if (get_revision(kind, id, revision))
+	if (get_revision_in(store, kind, id, revision))
 		printf("<input type='hidden' name='revision' value='%s'>", revision);
 	printf("<input type='hidden' name='id' value='");
 	print_escaped(id);
@@ -41,7 +41,7 @@ static void print_delete_button(object_kind kind, const char *id)
 }
 
 /* An object whose name no page can show can be looked at and deleted. */
-static void print_row(object_kind kind, const char *id)
+static void print_row(cfl *store, object_kind kind, const char *id)
 {
 	bool is_odd = !is_well_formed(&ID_RULE, id);
 	const char *word = KINDS[kind].word;
@@ -54,7 +54,7 @@ static void print_row(object_kind kind, const char *id)
 	if (!is_odd)
 		print_link(word, "edit", id, "edit");
 	printf("</td><td>");
-	print_delete_button(kind, id);
+	print_delete_button(store, kind, id);
 	printf("</td></tr>\n");
 }
 
@@ -70,7 +70,7 @@ static void print_objects(object_kind kind)
 	for (int i = 2; i <= count; i++) {
 		const char *id = cfl_section_get_name_by_position(store, i);
 		if (id)
-			print_row(kind, id);
+			print_row(store, kind, id);
 	}
 	printf("</table>\n");
 	cfl_free(store);

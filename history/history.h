@@ -11,6 +11,8 @@
 #include <stdio.h>
 #include <time.h>
 
+#include <cfl.h>
+
 #include "../store/fingerprint.h"
 #include "../store/kept_files.h"
 #include "../store/kinds.h"
@@ -104,6 +106,9 @@ const size_t REVISION_SIZE = FINGERPRINT_SIZE; // bytes, the NUL included
 /* A fingerprint of the object: its keys and values in their order, a filter's mark aside, and its
  * description. Returns false where there is no such object (ENOENT), or its store cannot be read. */
 bool get_revision(object_kind kind, const char *id, char revision[REVISION_SIZE]);
+
+/* The same in a store that was read, for a walk over its objects. */
+bool get_revision_in(cfl *store, object_kind kind, const char *id, char revision[REVISION_SIZE]);
 
 /* A fingerprint of all stores and descriptions. False when one of them cannot be read. */
 bool get_stores_revision(char revision[REVISION_SIZE]);

@@ -57,19 +57,25 @@ static bool add_object(uint64_t *print, object_kind kind, cfl *store, const char
 	return true;
 }
 
-bool get_revision(object_kind kind, const char *id, char revision[REVISION_SIZE])
+bool get_revision_in(cfl *store, object_kind kind, const char *id, char revision[REVISION_SIZE])
 {
 	uint64_t print = FINGERPRINT_START;
+	if (!add_object(&print, kind, store, id) || !add_description(&print, kind, id))
+		return false;
+	write_fingerprint(revision, print);
+	return true;
+}
+
+bool get_revision(object_kind kind, const char *id, char revision[REVISION_SIZE])
+{
 	cfl *store = cfl_read(KINDS[kind].store);
 	if (!store)
 		return false;
-	bool added = add_object(&print, kind, store, id) && add_description(&print, kind, id);
+	bool is_there = get_revision_in(store, kind, id, revision);
 	int reason = errno;
 	cfl_free(store);
 	errno = reason;
-	if (added)
-		write_fingerprint(revision, print);
-	return added;
+	return is_there;
 }
 
 bool get_stores_revision(char revision[REVISION_SIZE])
