@@ -12,6 +12,7 @@
 #include "../history/history.h"
 #include "../store/laid_aside.h"
 #include "../store/text.h"
+#include "../store/text_stream.h"
 #include "bundle_gate.h"
 #include "change.h"
 #include "differences.h"
@@ -23,15 +24,17 @@
 /* The bundle as a text on the heap; null, with errno set, when it cannot be made. */
 static char *make_bundle(size_t *size)
 {
-	char *bundle = nullptr;
-	FILE *stream = open_memstream(&bundle, size);
-	if (!stream)
+	text_stream bundle;
+	if (!open_text_stream(&bundle))
 		return nullptr;
-	bool whole = write_bundle(stream);
+	bool whole = write_bundle(bundle.stream);
 	int reason = errno;
-	if (fclose(stream) == 0 && whole)
-		return bundle;
-	free(bundle);
+	if (!close_text_stream(&bundle))
+		return nullptr;
+	*size = bundle.size;
+	if (whole)
+		return bundle.text;
+	free(bundle.text);
 	errno = reason;
 	return nullptr;
 }

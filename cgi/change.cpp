@@ -11,11 +11,12 @@
 #include <cgi.h>
 
 #include "../history/history.h"
+#include "../store/fields.h"
 #include "../store/laid_aside.h"
 #include "../store/lock.h"
-#include "../store/fields.h"
 #include "../store/save.h"
 #include "../store/text.h"
+#include "../store/text_stream.h"
 #include "capture.h"
 #include "conflict.h"
 #include "frame.h"
@@ -222,25 +223,25 @@ static void mend_class_marks(const change *of, cfl *classes)
 	cfl_free(bands);
 }
 
-/* Whether a store says what the text of its file does: its lines, whatever ends them. */
+/* Takes the text that a store would be written as; false when it cannot be. */
+static bool take_text(text_stream *it, cfl *store)
+{
+	if (!open_text_stream(it))
+		return false;
+	bool written = cfl_write(store, it->stream) == 0;
+	return close_text_stream(it) && written;
+}
+
+/* Whether a store says what its file did: the same lines, whatever ended them. */
 static bool says_same(cfl *store, const kept_file *file)
 {
 	cfl *was = file->state == PRESENT ? cfl_read_text(file->bytes, file->size) : nullptr;
-	char *old_text, *new_text;
-	size_t old_size, new_size;
-	FILE *old_stream = open_memstream(&old_text, &old_size);
-	FILE *new_stream = open_memstream(&new_text, &new_size);
-	bool written = old_stream && new_stream && cfl_write(was, old_stream) == 0 &&
-		       cfl_write(store, new_stream) == 0;
-	if (old_stream)
-		fclose(old_stream);
-	if (new_stream)
-		fclose(new_stream);
-	bool same = written && old_size == new_size && memcmp(old_text, new_text, old_size) == 0;
-	if (old_stream)
-		free(old_text);
-	if (new_stream)
-		free(new_text);
+	text_stream old_text = {}, new_text = {};
+	bool same = take_text(&old_text, was) && take_text(&new_text, store) &&
+		    old_text.size == new_text.size &&
+		    memcmp(old_text.text, new_text.text, old_text.size) == 0;
+	free(old_text.text);
+	free(new_text.text);
 	cfl_free(was);
 	return same;
 }

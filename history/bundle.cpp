@@ -7,6 +7,7 @@
 
 #include <cfl.h>
 
+#include "../store/text_stream.h"
 #include "differences.h"
 #include "entry.h"
 #include "section.h"
@@ -49,16 +50,17 @@ static bool is_all_files(const kept_files *all)
 /* The bundle as bytes, which the caller frees. */
 static char *make_bundle(const kept_files *all, size_t *size)
 {
-	char *bytes = nullptr;
-	FILE *stream = is_all_files(all) ? open_memstream(&bytes, size) : nullptr;
-	if (!stream)
+	text_stream bundle;
+	if (!is_all_files(all) || !open_text_stream(&bundle))
 		return nullptr;
-	bool whole = write_kept_files(stream, all, FIRST_LINE, false);
-	whole = fclose(stream) == 0 && whole;
+	bool whole = write_kept_files(bundle.stream, all, FIRST_LINE, false);
+	if (!close_text_stream(&bundle))
+		return nullptr;
+	*size = bundle.size;
+	if (whole && bundle.size <= BUNDLE_SIZE_MAX)
+		return bundle.text;
+	free(bundle.text);
 	errno = whole ? EFBIG : ENOMEM;
-	if (whole && *size <= BUNDLE_SIZE_MAX)
-		return bytes;
-	free(bytes);
 	return nullptr;
 }
 

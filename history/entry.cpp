@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "../store/laid_aside.h"
+#include "../store/text_stream.h"
 #include "../store/whole_file.h"
 #include "differences.h"
 #include "fields.h"
@@ -30,22 +31,15 @@ static_assert(sizeof(CHANGE_WORDS) / sizeof(CHANGE_WORDS[0]) == STORE_ARRANGED +
 
 char *make_note_line(const change_note *note, time_t when)
 {
-	char *line = nullptr;
-	size_t size;
-	FILE *stream = open_memstream(&line, &size);
-	if (!stream)
+	text_stream line;
+	if (!open_text_stream(&line))
 		return nullptr;
-	fprintf(stream, "%lld", static_cast<long long>(when));
+	fprintf(line.stream, "%lld", static_cast<long long>(when));
 	const char *const texts[] = { note->login, note->address, note->kind, note->action,
 				      note->id };
 	for (const char *text : texts)
-		write_field(stream, text);
-	bool whole = !ferror(stream);
-	if (fclose(stream) == 0 && whole)
-		return line;
-	free(line);
-	errno = ENOMEM;
-	return nullptr;
+		write_field(line.stream, text);
+	return close_text_stream(&line) ? line.text : nullptr;
 }
 
 /* Decodes the line where it stands. */
@@ -135,23 +129,26 @@ bool tell_entry(const entry *it, difference_teller tell, void *to)
 
 char *make_closed_entry(const kept_files *before, const kept_files *after, size_t *size)
 {
-	char *bytes = nullptr;
-	FILE *stream = open_memstream(&bytes, size);
-	if (!stream)
+	text_stream entry;
+	if (!open_text_stream(&entry))
 		return nullptr;
+	FILE *stream = entry.stream;
 	bool whole = write_kept_files(stream, before, ENTRY_FIRST_LINE, true) &&
 		     fflush(stream) == 0;
-	size_t rows = *size;
+	size_t rows = entry.size;
 	whole = whole && tell_differences(before, after, write_row, stream) && fflush(stream) == 0;
 	if (whole) {
 		char print[FINGERPRINT_SIZE];
-		write_fingerprint(print, add_bytes(FINGERPRINT_START, bytes + rows, *size - rows));
+		write_fingerprint(print, add_bytes(FINGERPRINT_START, entry.text + rows,
+						   entry.size - rows));
 		fprintf(stream, "%s%s\n", CLOSED_WORD, print);
-		whole = !ferror(stream);
 	}
-	if (fclose(stream) == 0 && whole)
-		return bytes;
-	free(bytes);
+	if (!close_text_stream(&entry))
+		return nullptr;
+	*size = entry.size;
+	if (whole)
+		return entry.text;
+	free(entry.text);
 	errno = ENOMEM;
 	return nullptr;
 }

@@ -67,8 +67,8 @@ static bool replace_text(int fd, const draft *it)
 	char *old = read_text(fd, &old_size);
 	if (!old)
 		return false;
-	bool written = has_room(fd, it->size);
-	if (written && !put_text(fd, it->text, it->size)) {
+	bool written = has_room(fd, it->contents.size);
+	if (written && !put_text(fd, it->contents.text, it->contents.size)) {
 		int reason = errno;
 		put_text(fd, old, old_size);
 		errno = reason;
@@ -149,36 +149,15 @@ static bool is_closed_folder(int reason)
 	return reason == EACCES || reason == EPERM || reason == EROFS || reason == ENAMETOOLONG;
 }
 
-/* Takes what is written to the stream. A stream in memory of the C library's own loses what memory
- * is short for, and does not say so. */
-static ssize_t take_text(void *cookie, const char *text, size_t size)
-{
-	draft *it = static_cast<draft *>(cookie);
-	if (it->room - it->size < size) {
-		size_t room = 2 * it->room + size;
-		char *grown = static_cast<char *>(realloc(it->text, room));
-		if (!grown)
-			return 0;
-		it->text = grown;
-		it->room = room;
-	}
-	memcpy(it->text + it->size, text, size);
-	it->size += size;
-	return static_cast<ssize_t>(size);
-}
-
 static bool open_stream(draft *it)
 {
-	cookie_io_functions_t functions = {};
-	functions.write = take_text;
 	it->is_durable = true;
-	it->size = it->room = 0;
-	it->stream = fopencookie(it, "w", functions);
-	if (!it->stream) {
+	if (!open_text_stream(&it->contents)) {
 		drop_draft(it);
-		errno = ENOMEM;
+		return false;
 	}
-	return it->stream;
+	it->stream = it->contents.stream;
+	return true;
 }
 
 bool open_draft(draft *it, const char *path)
@@ -189,7 +168,7 @@ bool open_draft(draft *it, const char *path)
 	if (!make_file(it) && !is_closed_folder(errno))
 		return false;
 	it->stream = nullptr;
-	it->text = nullptr;
+	it->contents = {};
 	if (it->fd >= 0 && !inherit_access(it->fd, &old)) {
 		drop_draft(it);
 		return false;
@@ -209,7 +188,7 @@ bool create_draft(draft *it, const char *path)
 	if (!fits(length, sizeof(it->target)) || !make_file(it))
 		return false;
 	it->stream = nullptr;
-	it->text = nullptr;
+	it->contents = {};
 	if (!give_plain_access(it->fd)) {
 		drop_draft(it);
 		return false;
@@ -219,17 +198,14 @@ bool create_draft(draft *it, const char *path)
 
 bool finish_draft(draft *it)
 {
-	bool whole = !ferror(it->stream);
-	whole = fclose(it->stream) == 0 && whole;
 	it->stream = nullptr;
-	if (!whole) {
+	if (!close_text_stream(&it->contents)) {
 		drop_draft(it);
-		errno = ENOMEM; // the stream is in memory
 		return false;
 	}
 	if (it->fd < 0)
 		return true;
-	if (!write_text(it->fd, it->text, it->size) || (it->is_durable && fsync(it->fd) != 0)) {
+	if (!write_text(it->fd, it->contents.text, it->contents.size) || (it->is_durable && fsync(it->fd) != 0)) {
 		drop_draft(it);
 		return false;
 	}
@@ -282,7 +258,7 @@ void drop_draft(draft *it)
 {
 	int reason = errno;
 	if (it->stream)
-		fclose(it->stream);
+		close_text_stream(&it->contents);
 	it->stream = nullptr;
 	if (it->fd >= 0)
 		close(it->fd);
@@ -290,7 +266,7 @@ void drop_draft(draft *it)
 	if (it->path[0])
 		unlink(it->path);
 	it->path[0] = '\0';
-	free(it->text);
-	it->text = nullptr;
+	free(it->contents.text);
+	it->contents = {};
 	errno = reason;
 }

@@ -11,6 +11,8 @@
 #include <limits.h>
 #include <stdio.h>
 
+#include "text_stream.h"
+
 struct draft {
 	FILE *stream;          // takes the new contents; in memory, so that no disk can fail it
 	bool is_durable;       // set: the contents shall outlast a power cut. Clear it for a file
@@ -18,8 +20,7 @@ struct draft {
 	char target[PATH_MAX]; // the file that the contents are for
 	char path[PATH_MAX];   // of the draft; empty where the folder takes none
 	int fd;                // of the draft, -1 where there is none
-	char *text;            // what the stream took so far
-	size_t size, room;     // in bytes
+	text_stream contents;  // what the stream takes
 };
 
 /* Opens a draft for the regular file at path, which must be there and writable; a link stays a

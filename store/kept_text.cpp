@@ -15,6 +15,7 @@
 #include <string.h>
 
 #include "fingerprint.h"
+#include "text_stream.h"
 
 static const char NOTE_WORD[] = "note ";
 static const char END_WORD[] = "end ";
@@ -52,23 +53,18 @@ static void write_body(FILE *stream, const kept_files *set, const char *first_li
 
 bool write_kept_files(FILE *stream, const kept_files *set, const char *first_line, bool with_access)
 {
-	char *body = nullptr;
-	size_t size = 0;
-	FILE *memory = open_memstream(&body, &size);
-	if (!memory)
+	text_stream body;
+	if (!open_text_stream(&body))
 		return false;
-	write_body(memory, set, first_line, with_access);
-	bool whole = !ferror(memory);
-	whole = fclose(memory) == 0 && whole;
-	if (whole) {
-		char print[FINGERPRINT_SIZE];
-		write_fingerprint(print, add_bytes(FINGERPRINT_START, body, size));
-		fwrite(body, 1, size, stream);
-		fprintf(stream, "%s\n", print);
-		whole = !ferror(stream);
-	}
-	free(body);
-	return whole;
+	write_body(body.stream, set, first_line, with_access);
+	if (!close_text_stream(&body))
+		return false;
+	char print[FINGERPRINT_SIZE];
+	write_fingerprint(print, add_bytes(FINGERPRINT_START, body.text, body.size));
+	fwrite(body.text, 1, body.size, stream);
+	fprintf(stream, "%s\n", print);
+	free(body.text);
+	return !ferror(stream);
 }
 
 /* --- reading --- */

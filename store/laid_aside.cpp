@@ -9,6 +9,7 @@
 
 #include "kinds.h"
 #include "message.h"
+#include "text_stream.h"
 
 bool is_change_open(void)
 {
@@ -21,14 +22,16 @@ bool is_change_open(void)
 /* The entry as its file's bytes, which the caller frees; null when memory is short. */
 static char *make_entry(const kept_files *files, size_t *size)
 {
-	char *bytes = nullptr;
-	FILE *stream = open_memstream(&bytes, size);
-	if (!stream)
+	text_stream entry;
+	if (!open_text_stream(&entry))
 		return nullptr;
-	bool whole = write_kept_files(stream, files, ENTRY_FIRST_LINE, true);
-	if (fclose(stream) == 0 && whole)
-		return bytes;
-	free(bytes);
+	bool whole = write_kept_files(entry.stream, files, ENTRY_FIRST_LINE, true);
+	if (!close_text_stream(&entry))
+		return nullptr;
+	*size = entry.size;
+	if (whole)
+		return entry.text;
+	free(entry.text);
 	errno = ENOMEM;
 	return nullptr;
 }
