@@ -1,5 +1,5 @@
-// The pages of the sample router, driven in a browser. tests/run/browser serves the router and runs
-// this.
+// The pages of the sample router, driven in a browser: test.mjs [PART ...]. tests/run/browser serves
+// the router and runs this.
 import { forms } from './forms.mjs';
 import { pages } from './pages.mjs';
 import { session, sumUp } from './session.mjs';
@@ -7,5 +7,8 @@ import { tabs } from './tabs.mjs';
 import { typed } from './typed.mjs';
 import { unchanged } from './unchanged.mjs';
 
-await session({ ...unchanged, ...pages, ...forms, ...typed, ...tabs });
+const PARTS = { unchanged, pages, forms, typed, tabs };
+const chosen = process.argv.length > 2 ? process.argv.slice(2) : Object.keys(PARTS);
+
+await session(Object.assign({}, ...chosen.map(part => PARTS[part])));
 process.exit(sumUp());
