@@ -62,11 +62,14 @@ static bool is_dropped(const field *row)
 }
 
 /* Whether what was posted takes the place of the key's value, or becomes one. */
-static bool takes_value(const edit *of, const char *form, const char *key, const char *posted)
+static bool takes_value(const edit *of, const field *row, const char *key, const char *posted)
 {
+	const char *form = row->form;
 	if (!of->existed)
 		return *posted;
-	return (is_changed(form) || is_bandwidth(form)) &&
+	// With another leaf its parameters are other inputs, empty ones too.
+	bool is_other_leaf = row->role == LEAF_VALUE && is_changed("leaf");
+	return (is_changed(form) || is_bandwidth(form) || is_other_leaf) &&
 	       (get_value(of, key) || strcmp(posted, get_preset(form)) != 0);
 }
 
@@ -78,19 +81,20 @@ static void mend_unit(const edit *of, const field *row, bool number_taken)
 	make_unit_key(unit_key, row->key);
 	const char *number = get_value(of, row->key);
 	const char *posted = cgi_param(unit_form);
-	if (!number || !find_form_field(of->kind, unit_form))
+	const field *unit = find_form_field(of->kind, unit_form);
+	if (!number || !unit)
 		return;
 	if (!*number && is_any_changed())
 		remove_value(of, unit_key);
 	else if (*number && posted &&
-		 (number_taken || takes_value(of, unit_form, unit_key, posted)))
+		 (number_taken || takes_value(of, unit, unit_key, posted)))
 		set_value(of, unit_key, posted);
 }
 
 static void mend_single(const edit *of, const field *row)
 {
 	const char *posted = cgi_param(row->form);
-	bool taken = posted && takes_value(of, row->form, row->key, posted);
+	bool taken = posted && takes_value(of, row, row->key, posted);
 	if (taken)
 		set_value(of, row->key, posted);
 	else if (!posted && is_dropped(row))

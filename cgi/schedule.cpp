@@ -35,16 +35,25 @@ static const char *get_displayed(const edit *of, const field *row, int table)
 	return get_shown(row, get_stored(of, row, table));
 }
 
-/* Whether a table gets all that was posted for it, for it has nothing of its own: one that is
- * switched on, or one that is off and has its first rate. Tables move up where one before them is
- * switched off, and one that is off keeps its values that way. */
-static bool is_fresh(const tables *them, const edit *before, int table)
+/* Whether a table will have a rate: what was posted where it is changed, else what is stored. */
+static bool will_have_rate(const edit *before, int table)
 {
-	const field *rate = find_row("time_rate");
-	const char *posted = get_posted(rate->form, table);
-	if (table < them->on)
-		return !them->was_on[table];
-	return !get_stored(before, rate, table) && is_changed(rate->form) && posted && *posted;
+	const field *row = find_row("time_rate");
+	const char *posted = get_posted(row->form, table);
+	const char *stored = get_stored(before, row, table);
+	return *text(posted && is_changed(row->form) ? posted : stored);
+}
+
+/* Whether a table that is off takes what was posted for it: with a rate, and behind tables with one.
+ * Any other would stand in the scripts as a schedule without figures. Tables move up where one
+ * before them is switched off, and one that is off keeps its values that way. */
+static bool takes_values_while_off(const edit *before, int table)
+{
+	for (int n = 0; n <= table; n++) {
+		if (!will_have_rate(before, n))
+			return false;
+	}
+	return true;
 }
 
 void read_tables(tables *them, const edit *before)
@@ -55,7 +64,11 @@ void read_tables(tables *them, const edit *before)
 		bool follows = table == 0 || them->was_on[table - 1];
 		them->was_on[table] =
 			follows && get_stored(before, find_row(SWITCH_FIELD), table);
-		them->is_fresh[table] = is_fresh(them, before, table);
+		bool on = table < them->on;
+		bool has_rate = get_stored(before, find_row("time_rate"), table);
+		them->takes[table] = on || takes_values_while_off(before, table);
+		them->is_fresh[table] =
+			on ? !them->was_on[table] : them->takes[table] && !has_rate;
 	}
 }
 
@@ -161,9 +174,9 @@ static const char *get_wanted(const edit *of, const tables *them, const field *r
 	const char *stored = get_stored(of, row, table);
 	if (!posted)
 		return nullptr;
-	if (!stored && them->is_fresh[table]) // presets too, but no empty values
+	if (!*text(stored) && them->is_fresh[table]) // presets too, but no empty values
 		return *posted ? posted : nullptr;
-	if (!stored && table >= them->on)
+	if (!stored && !them->takes[table])
 		return nullptr;
 	bool differs = strcmp(posted, get_displayed(of, row, table)) != 0;
 	return is_changed(row->form) && differs ? posted : nullptr;
@@ -179,14 +192,23 @@ static bool grows_from(const edit *of, const field *row, const wanted_list *want
 	return false;
 }
 
+/* Whether the rates end at a table: one that is off and was emptied is no schedule any more. */
+static bool ends_at(const tables *them, const field *row, int table)
+{
+	return table >= them->on && strcmp(row->form, "time_rate") == 0;
+}
+
 /* A list ends at its first gap: a table without a value gets an empty one where one is added behind
  * it. A gap that was there before stays. */
-static void write_list(const edit *of, const field *row, const wanted_list *wanted)
+static void write_list(const edit *of, const tables *them, const field *row,
+		       const wanted_list *wanted)
 {
 	for (int table = 0; table < TABLES_MAX; table++) {
 		char key[UNIT_NAME_SIZE];
 		make_key(key, row, table);
-		if (wanted->values[table])
+		if (wanted->values[table] && !*wanted->values[table] && ends_at(them, row, table))
+			remove_value(of, key);
+		else if (wanted->values[table])
 			set_value(of, key, wanted->values[table]);
 		else if (!get_value(of, key) && grows_from(of, row, wanted, table))
 			set_value(of, key, "");
@@ -235,7 +257,7 @@ static void mend_units(const edit *of, const tables *them, const field *number_r
 	}
 	if (!is_touched)
 		return;
-	write_list(of, row, &wanted);
+	write_list(of, them, row, &wanted);
 	drop_last_units(of, row);
 }
 
@@ -248,7 +270,7 @@ void mend_tables(const edit *of, const tables *them)
 		wanted_list wanted = {};
 		for (int table = 0; table < TABLES_MAX; table++)
 			wanted.values[table] = get_wanted(of, them, &row, table);
-		write_list(of, &row, &wanted);
+		write_list(of, them, &row, &wanted);
 		mend_units(of, them, &row, &wanted);
 	}
 }

@@ -9,7 +9,8 @@
 struct tables {
 	int on;                  // tables that the form switches on, the first ones
 	bool was_on[TABLES_MAX]; // on the page, before this change
-	bool is_fresh[TABLES_MAX]; // gets all that was posted for it
+	bool takes[TABLES_MAX];    // what was posted for it is stored
+	bool is_fresh[TABLES_MAX]; // and all of it, for it had no values of its own
 };
 
 void read_tables(tables *them, const edit *before);
