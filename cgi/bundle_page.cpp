@@ -96,9 +96,16 @@ int answer_bundle(void)
 	if (action)
 		return refuse("400 Bad Request", "The field action is not known: allowed is: offer.");
 	int lock = begin_shared();
-	if (lock == -1 && errno == ETIMEDOUT)
+	if (lock < 0 && errno == ETIMEDOUT)
 		return refuse("503 Service Unavailable",
 			      "A change does not end. Try again in a moment.");
+	if (lock < 0 && errno != ENOENT)
+		return refuse("500 Internal Server Error",
+			      errno == EINPROGRESS
+				      ? "An earlier change was cut off and cannot be put back yet: "
+					"a bundle would hold half of it."
+				      : "The stores cannot be locked, and a bundle would not hold "
+					"one state of them.");
 	int status = give_bundle();
 	if (lock >= 0)
 		close(lock);
@@ -153,8 +160,9 @@ static int import(kept_files *bundle)
 		return refuse("409 Conflict",
 			      "The settings have changed since the bundle was checked. Check it "
 			      "again.");
-	const change_note note = { getenv("REMOTE_USER"), getenv("REMOTE_ADDR"), "bundle",
-				   "import", nullptr };
+	char login[LOGIN_SIZE];
+	const change_note note = { get_login(login), getenv("REMOTE_ADDR"), "bundle", "import",
+				   nullptr };
 	if (!import_bundle(&note, bundle)) {
 		int reason = errno;
 		return refuse_unwritten(nullptr, reason, !is_change_open(), "");

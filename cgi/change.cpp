@@ -85,7 +85,8 @@ int begin_exclusive(void)
 	int lock = lock_stores(LOCK_EX, LOCK_SECONDS);
 	if (lock < 0 && errno == ETIMEDOUT) {
 		refuse("503 Service Unavailable",
-		       "Another change does not end: nothing was changed. Try again in a moment.");
+		       "The stores are held by another change or by a compile that does not end: "
+		       "nothing was changed. Try again in a moment.");
 		return -1;
 	}
 	if (lock < 0) {
@@ -116,9 +117,11 @@ int begin_shared(void)
 		return lock;
 	close(lock);
 	lock = lock_stores(LOCK_EX, LOCK_SECONDS);
-	if (lock >= 0)
-		recover_change();
-	return lock;
+	if (lock < 0 || recover_change() != NOT_RECOVERED)
+		return lock;
+	close(lock);
+	errno = EINPROGRESS;
+	return -1;
 }
 
 void settle_stores(void)
@@ -126,6 +129,12 @@ void settle_stores(void)
 	int lock = is_change_open() ? begin_shared() : -1;
 	if (lock >= 0)
 		close(lock);
+}
+
+const char *get_login(char login[LOGIN_SIZE])
+{
+	snprintf(login, LOGIN_SIZE, "%s", text(getenv("REMOTE_USER")));
+	return *login ? login : nullptr;
 }
 
 /* --- what the files were --- */
@@ -168,7 +177,8 @@ static void free_before(change *of)
 
 static bool open_entry(const change *of)
 {
-	const change_note note = { getenv("REMOTE_USER"), getenv("REMOTE_ADDR"),
+	char login[LOGIN_SIZE];
+	const change_note note = { get_login(login), getenv("REMOTE_ADDR"),
 				   KINDS[of->kind].word, ACTION_WORDS[of->action], of->id };
 	char desc[FILE_NAME_SIZE];
 	const char *names[3] = { KINDS[of->kind].word };

@@ -3,6 +3,8 @@
 #ifndef CGI_CHANGE_H
 #define CGI_CHANGE_H
 
+#include <stddef.h>
+
 #include "../store/kinds.h"
 
 enum change_action { SAVE, UPDATE, DELETE };
@@ -16,8 +18,14 @@ int answer_change(object_kind kind, change_action action, char *id);
 int begin_exclusive(void);
 
 /* Takes the lock shared, for who must see one state of all stores; puts back what a change that was
- * cut off left. Returns the descriptor, or -1 where the lock cannot be had, with errno set. */
+ * cut off left. Returns the descriptor, or -1 with errno set: ENOENT where nothing was ever changed,
+ * EINPROGRESS where a change that was cut off cannot be put back. */
 int begin_shared(void);
+
+const size_t LOGIN_SIZE = 65; // bytes, the NUL included
+
+/* The name under which the web server let the person in, as far as it fits; null for none. */
+const char *get_login(char login[LOGIN_SIZE]);
 
 /* For a page: waits for an open change, and puts it back where nobody is at it any more. Where
  * that cannot be, the page shows what there is. */

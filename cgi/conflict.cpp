@@ -1,6 +1,7 @@
 /* Saves from a form that is no longer the object's newest. */
 #include "conflict.h"
 
+#include <errno.h>
 #include <stdio.h>
 #include <string.h>
 #include <time.h>
@@ -90,6 +91,12 @@ bool refuse_conflict(object_kind kind, change_action action, const char *id, cfl
 		return false;
 	char revision[REVISION_SIZE];
 	bool is_there = get_revision(kind, id, revision);
+	if (!is_there && errno != ENOENT) {
+		refuse("500 Internal Server Error",
+		       "The %s %s or its description cannot be read (%s). Nothing was changed.",
+		       KINDS[kind].word, id, strerror(errno));
+		return true;
+	}
 	if (action == SAVE && is_there)
 		return false;
 	if (!is_there || strcmp(revision, text(cgi_param("revision"))) != 0) {

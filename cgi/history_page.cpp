@@ -18,7 +18,7 @@
 
 static const size_t NUMBER_DIGITS_MAX = 9;
 
-static void print_entry(unsigned number)
+static void print_entry(unsigned number, unsigned newest)
 {
 	entry it;
 	if (!read_entry(&it, number)) {
@@ -34,8 +34,9 @@ static void print_entry(unsigned number)
 	       "<input type='hidden' name='type' value='history'>"
 	       "<input type='hidden' name='action' value='back'>"
 	       "<input type='hidden' name='entry' value='%u'>"
+	       "<input type='hidden' name='newest' value='%u'>"
 	       "<input type='submit' value='Back to before this change'></form>\n",
-	       number);
+	       number, newest);
 	free_entry(&it);
 }
 
@@ -49,15 +50,15 @@ int show_history(void)
 	if (count <= 0)
 		printf("<p>Nothing was changed yet.</p>\n");
 	for (int i = 0; i < count; i++)
-		print_entry(numbers[i]);
+		print_entry(numbers[i], numbers[0]);
 	close_page();
 	return 0;
 }
 
-/* Reads the field entry; false when it holds no number. */
-static bool read_number(unsigned *number)
+/* Reads a field; false when it holds no number. */
+static bool read_number(const char *field, unsigned *number)
 {
-	const char *entry = text(cgi_param("entry"));
+	const char *entry = text(cgi_param(field));
 	size_t digits = strspn(entry, "0123456789");
 	if (digits == 0 || digits > NUMBER_DIGITS_MAX || entry[digits])
 		return false;
@@ -69,13 +70,18 @@ static int bring_back(unsigned number)
 {
 	char word[16];
 	snprintf(word, sizeof(word), "%u", number);
-	const change_note note = { getenv("REMOTE_USER"), getenv("REMOTE_ADDR"), "history", "back",
+	char login[LOGIN_SIZE];
+	const change_note note = { get_login(login), getenv("REMOTE_ADDR"), "history", "back",
 				   word };
 	if (!go_back(&note, number)) {
 		int reason = errno;
 		if (reason == ENOENT)
 			return refuse("409 Conflict",
 				      "The entry %u is not kept any more. Nothing was changed.",
+				      number);
+		if (reason == EBADMSG)
+			return refuse("500 Internal Server Error",
+				      "The entry %u or a later one is damaged. Nothing was changed.",
 				      number);
 		return refuse_unwritten(nullptr, reason, !is_change_open(), "");
 	}
@@ -86,15 +92,30 @@ static int bring_back(unsigned number)
 	return 0;
 }
 
+/* Whether somebody changed something since the page was shown whose newest entry was posted: going
+ * back would undo that too. */
+static bool is_outdated(void)
+{
+	unsigned shown, numbers[ENTRIES_MAX];
+	return read_number("newest", &shown) && list_entries(numbers) > 0 && numbers[0] != shown;
+}
+
+static int refuse_outdated(void)
+{
+	return refuse("409 Conflict",
+		      "Something was changed since the history was shown, and going back would undo "
+		      "that too. Nothing was changed; the history shows it now.");
+}
+
 int answer_back(void)
 {
 	unsigned number;
-	if (!read_number(&number))
+	if (!read_number("entry", &number))
 		return refuse("400 Bad Request", "The field entry holds no number of an entry.");
 	int lock = begin_exclusive();
 	if (lock < 0)
 		return 0;
-	int status = bring_back(number);
+	int status = is_outdated() ? refuse_outdated() : bring_back(number);
 	close(lock);
 	return status;
 }

@@ -74,6 +74,9 @@ static void print_mending(object_kind kind, const char *id)
 	open_post("router", "repair", "mend");
 	print_hidden("kind", KINDS[kind].word);
 	print_hidden("id", id);
+	char revision[REVISION_SIZE];
+	if (get_revision(kind, id, revision))
+		print_hidden("revision", revision);
 	printf("\n");
 	int count = 0;
 	tell_faults(kind, id, false, print_fault, &count);
@@ -242,7 +245,8 @@ static bool save_mended(object_kind kind, const char *id, cfl *store, cfl *filte
 
 static bool begin_repair(object_kind kind, const char *id)
 {
-	const change_note note = { getenv("REMOTE_USER"), getenv("REMOTE_ADDR"), KINDS[kind].word,
+	char login[LOGIN_SIZE];
+	const change_note note = { get_login(login), getenv("REMOTE_ADDR"), KINDS[kind].word,
 				   "repair", id };
 	char desc[FILE_NAME_SIZE];
 	const char *names[3] = { KINDS[kind].word };
@@ -260,6 +264,11 @@ static int carry_out(object_kind kind, const char *id, cfl *store, cfl *filters)
 		return refuse_without_filters();
 	if (cfl_section_get_values_count(store, id) == 0)
 		return refuse("409 Conflict", "There is no such object any more.");
+	char revision[REVISION_SIZE];
+	const char *posted = cgi_param("revision");
+	if (posted && get_revision(kind, id, revision) && strcmp(posted, revision) != 0)
+		return refuse("409 Conflict",
+			      "The object was changed since this page was shown. Open it again.");
 	if (!begin_repair(kind, id))
 		return refuse_unwritten(HISTORY_DIR, errno, true, "");
 	if (mend_values(kind, id, store) && save_mended(kind, id, store, filters) &&
@@ -280,6 +289,9 @@ int answer_repair(void)
 	const char *id = cgi_param("id");
 	if (!id || !find_kind(cgi_param("kind"), &kind))
 		return refuse("400 Bad Request", "The fields kind and id name no object.");
+	if (strcmp(text(cgi_param("action")), "mend") != 0)
+		return refuse("400 Bad Request",
+			      "The field action is not known: allowed is: mend.");
 	if (!check_values(kind, id))
 		return 0;
 	int lock = begin_exclusive();

@@ -29,6 +29,12 @@ static bool is_stored_line(const char *value)
 	return is_well_formed(&LINE_RULE, line);
 }
 
+/* How many values of a list a loader or an older page's schedule has; of a single one, 1. */
+static int get_loaded_most(const field *row)
+{
+	return row->role == FILTERS ? LOADED_FILTERS_MAX : get_room(row);
+}
+
 bool check_stored_value(object_kind kind, const char *id, const char *key, const char *value,
 			char *sentence, size_t size)
 {
@@ -44,6 +50,11 @@ bool check_stored_value(object_kind kind, const char *id, const char *key, const
 	if (!row) {
 		snprintf(sentence, size, "The %s %.64s has a key '%.64s' that no %s has.",
 			 KINDS[kind].word, id, key, KINDS[kind].word);
+		return false;
+	}
+	if (index >= get_loaded_most(row)) {
+		snprintf(sentence, size, "The %s %.64s has %.64s: allowed are at most %d of them.",
+			 KINDS[kind].word, id, key, get_loaded_most(row));
 		return false;
 	}
 	if (*value == '\0' || is_well_formed(&row->allowed, value))

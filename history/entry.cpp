@@ -237,6 +237,7 @@ bool close_entry(void)
 	char path[ENTRY_PATH_SIZE];
 	list_numbers(&last, 1);
 	make_entry_path(path, last + 1);
+	errno = EOVERFLOW;
 	if (last >= NUMBER_MAX || rename(OPEN_CHANGE, path) != 0)
 		return false;
 	// Where the name may not last, the change must not be told as made.

@@ -18,20 +18,18 @@ static bool is_file(const char *path)
 
 /* Whether errno says that the machine failed, and not that no script can stand there. In a folder
  * on a disk that is mounted read-only none can. */
-static bool is_fault()
+static bool is_fault(int reason)
 {
-	const int reason = errno;
 	bool fault = reason == ENOSPC || reason == EDQUOT || reason == EIO || reason == EMFILE ||
 		     reason == ENFILE || (reason == EROFS && access(SCRIPT_DIR, W_OK) == 0);
-	errno = reason;
 	return fault;
 }
 
 /* The marks of the rules are counted over all scripts of a run. Those that followed one that was
  * left out would get the marks that its old rules still have. */
-[[noreturn]] static void end_run(const char *path)
+[[noreturn]] static void end_run(const char *path, int reason)
 {
-	qos_warn("%s: cannot be created: %s, the run ends here", path, strerror(errno));
+	qos_warn("%s: cannot be written: %s, the run ends here", path, strerror(reason));
 	fflush(stdout);
 	_exit(FAULT_STATUS);
 }
@@ -45,8 +43,8 @@ bool open_script(script *it, const char *name, size_t path_size)
 				: create_draft(&it->contents, it->path))) {
 		if (errno == ENOMEM)
 			end_without_memory();
-		if (is_fault())
-			end_run(it->path);
+		if (is_fault(errno))
+			end_run(it->path, errno);
 		return false;
 	}
 	it->contents.is_durable = false;
@@ -62,5 +60,7 @@ void close_script(script *it)
 	drop_draft(&it->contents);
 	if (reason == ENOMEM)
 		end_without_memory();
+	if (is_fault(reason))
+		end_run(it->path, reason);
 	qos_warn("%s: not written: %s", it->path, strerror(reason));
 }

@@ -21,7 +21,8 @@ char *read_whole(const char *path, size_t *size, file_access *access);
  * in parts. */
 bool replace_whole(const char *path, const char *bytes, size_t size, const file_access *access);
 
-/* Removes the file at path, one that is not there included. False with errno set. */
+/* Removes the file at path, one that is not there included; of a link the link, for what it leads to
+ * may be another's. False with errno set. */
 bool remove_whole(const char *path);
 
 /* Removes the drafts that killed runs left in a folder; name is that of the file that they were

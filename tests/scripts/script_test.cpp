@@ -202,7 +202,7 @@ TEST(open_script, ends_the_process_without_a_descriptor)
 			open_script(&file, "nas0", SCRIPT_PATH_SIZE);
 		};
 		EXPECT_EXIT(open_without_descriptors(), testing::ExitedWithCode(255),
-			    "nas0: cannot be created: Too many open files, the run ends here\n");
+			    "nas0: cannot be written: Too many open files, the run ends here\n");
 		EXPECT_EQ(count_names("."), 0u);
 	}
 	EXPECT_EQ(read_file(SCRIPTS + "nas0"), "old\n");
