@@ -311,8 +311,8 @@ static bool remove_odd_policy(const change *of)
 
 static bool write_deleted(const change *of)
 {
-	if (!of->id)
-		return true;
+	if (cfl_section_get_values_count(of->before, of->id) == 0)
+		return put_file(&of->store_file); // it has written what there was
 	switch (of->kind) {
 	case CLASS: return free_filters(of);
 	case POLICY: return remove_odd_policy(of);
