@@ -21,7 +21,8 @@ TEST(text_stream, takes_every_byte_in_pieces_of_any_size)
 	std::string text;
 	for (int i = 0; i < 100000; i++)
 		text += static_cast<char>(i % 251);
-	for (size_t piece : { 1, 7, 4096, 65536, 100000 })
+	const size_t pieces[] = { 1, 7, 4096, 65536, 100000 };
+	for (size_t piece : pieces)
 		EXPECT_EQ(taken(text, piece), text) << piece;
 	EXPECT_EQ(taken("", 1), "");
 	EXPECT_EQ(taken(std::string("a\0b", 3), 3), std::string("a\0b", 3));
