@@ -53,10 +53,11 @@ static std::string written(const kept_files *bundle)
 static void check_bundle(const kept_files *bundle)
 {
 	for (size_t i = 0; i < bundle->count; i++) {
+		// Two dots lead out of a folder as a whole name only.
 		const std::string name = bundle->files[i].name;
-		must(name.find("..") == std::string::npos && name[0] != '/' && name[0] != '.' &&
-			     name.find('/') == name.rfind('/'),
-		     "a bundle names nothing outside");
+		const std::string last = name.substr(name.rfind('/') + 1);
+		must(name == last || name == "desc/" + last, "a bundle names no other folder");
+		must(!last.empty() && last != "." && last != "..", "a bundle names files");
 	}
 	size_t values = 0, differences = 0;
 	must(tell_bundle_values(bundle, count_value, &values), "the values are told");
