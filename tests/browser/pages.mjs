@@ -152,7 +152,7 @@ async function driveClass()
 	for (const id of ['fibre-new', 'fibre-other']) {
 		await remove('class', id);
 		await arrive(list('class'));
-		same('deleted', stored('class', id), '');
+		await wait('the delete', () => stored('class', id) === '');
 	}
 	await remove('class', 'fibre-rest');
 	same('class of a policy', await answer(), 'This is used in another DB');
@@ -202,7 +202,7 @@ async function driveFilter()
 	await arrive(list('filter'));
 	await remove('filter', 'dns');
 	await arrive(list('filter'));
-	same('deleted', stored('filter', 'dns'), '');
+	await wait('the delete', () => stored('filter', 'dns') === '');
 	await remove('filter', 'sip');
 	same('filter of a class', await answer(), 'This is used in another DB');
 	await arrive(list('filter'));
@@ -306,7 +306,7 @@ async function driveList(row)
 	await arrive(kind === 'port' ? query(kind, 'edit', 'fresh') : list(kind));
 	await remove(kind, 'fresh');
 	await arrive(list(kind));
-	same('deleted', stored(kind, 'fresh'), '');
+	await wait('the delete', () => stored(kind, 'fresh') === '');
 	await remove(kind, used);
 	same('list of a filter', await answer(), 'This is used in another DB');
 	await arrive(list(kind));
