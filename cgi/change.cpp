@@ -139,14 +139,10 @@ const char *get_login(char login[LOGIN_SIZE])
 
 /* --- what the files were --- */
 
-static bool has_description(const change *of)
+/* The name of the description that this change may write, a delete none; false where there is none. */
+static bool find_description(char name[FILE_NAME_SIZE], const change *of)
 {
-	return KINDS[of->kind].desc_word && of->action != DELETE && of->id;
-}
-
-static void make_desc_name(char name[FILE_NAME_SIZE], const change *of)
-{
-	snprintf(name, FILE_NAME_SIZE, "desc/%s.%s", of->id, KINDS[of->kind].desc_word);
+	return of->action != DELETE && of->id && make_description_name(name, of->kind, of->id);
 }
 
 static void read_before(change *of)
@@ -158,11 +154,9 @@ static void read_before(change *of)
 		of->filters = cfl_read(FILTER_STORE);
 		read_kept_file(&of->filters_file, KINDS[FILTER].word);
 	}
-	if (has_description(of)) {
-		char name[FILE_NAME_SIZE];
-		make_desc_name(name, of);
+	char name[FILE_NAME_SIZE];
+	if (find_description(name, of))
 		read_kept_file(&of->desc, name);
-	}
 }
 
 static void free_before(change *of)
@@ -185,10 +179,8 @@ static bool open_entry(const change *of)
 	int count = 1;
 	if (of->kind == CLASS)
 		names[count++] = KINDS[FILTER].word;
-	if (has_description(of)) {
-		make_desc_name(desc, of);
+	if (find_description(desc, of))
 		names[count++] = desc;
-	}
 	return begin_change(&note, names, count);
 }
 
@@ -197,7 +189,8 @@ static bool open_entry(const change *of)
 /* A description that was not changed stays byte for byte, and an empty one has no file. */
 static bool mend_description(const change *of, bool is_new)
 {
-	if (!is_posted("changed") || !has_description(of))
+	char name[FILE_NAME_SIZE];
+	if (!is_posted("changed") || !find_description(name, of))
 		return true;
 	const char *desc = text(cgi_param("desc"));
 	bool changed = is_changed("desc") || is_new;

@@ -137,13 +137,6 @@ int show_repair(object_kind kind, const char *id)
 
 /* --- the change --- */
 
-/* False where an object of that name has no description: it may be a way out of the folder. */
-static bool make_desc_name(char name[FILE_NAME_SIZE], object_kind kind, const char *id)
-{
-	int length = snprintf(name, FILE_NAME_SIZE, "desc/%s.%s", id, text(KINDS[kind].desc_word));
-	return fits(length, FILE_NAME_SIZE) && is_kept_name(name);
-}
-
 static bool is_desc(object_kind kind, const char *key)
 {
 	return strcmp(key, DESC_WORD) == 0 && KINDS[kind].desc_word;
@@ -161,7 +154,7 @@ static bool check_values(object_kind kind, const char *id)
 		const char *key = is_desc(kind, get_posted("key", n)) ? nullptr
 								      : get_posted("key", n);
 		char sentence[STORED_SENTENCE_SIZE], name[FILE_NAME_SIZE];
-		if (!key && !make_desc_name(name, kind, id)) {
+		if (!key && !make_description_name(name, kind, id)) {
 			refuse("400 Bad Request", "An object of this name has no description.");
 			return false;
 		}
@@ -177,7 +170,7 @@ static bool check_values(object_kind kind, const char *id)
 static bool mend_desc(object_kind kind, const char *id, const char *desc)
 {
 	kept_file file = {};
-	if (!make_desc_name(file.name, kind, id))
+	if (!make_description_name(file.name, kind, id))
 		return false;
 	file.state = *desc ? PRESENT : ABSENT;
 	file.bytes = const_cast<char *>(desc);
@@ -253,7 +246,7 @@ static bool begin_repair(object_kind kind, const char *id)
 	int count = 1;
 	if (kind == CLASS)
 		names[count++] = KINDS[FILTER].word;
-	if (make_desc_name(desc, kind, id))
+	if (make_description_name(desc, kind, id))
 		names[count++] = desc;
 	return begin_change(&note, names, count);
 }

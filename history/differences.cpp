@@ -9,8 +9,6 @@
 #include "../store/text.h"
 #include "section.h"
 
-static const char DESC_FOLDER[] = "desc/";
-
 namespace {
 
 /* The two sets, the two stores of the kind that is compared, and who is told. */
@@ -27,15 +25,6 @@ struct comparison {
 } // namespace
 
 /* --- descriptions --- */
-
-bool make_description_name(char name[FILE_NAME_SIZE], object_kind kind, const char *id)
-{
-	const char *word = KINDS[kind].desc_word;
-	if (!word)
-		return false;
-	int length = snprintf(name, FILE_NAME_SIZE, "%s%s.%s", DESC_FOLDER, id, word);
-	return fits(length, FILE_NAME_SIZE) && is_kept_name(name);
-}
 
 bool get_described_id(char id[FILE_NAME_SIZE], const kept_file *it, object_kind kind)
 {

@@ -14,9 +14,6 @@ bool tell_differences(const kept_files *before, const kept_files *after, differe
  * another file. */
 bool get_described_id(char id[FILE_NAME_SIZE], const kept_file *it, object_kind kind);
 
-/* The name of an object's description; false where it can have none. */
-bool make_description_name(char name[FILE_NAME_SIZE], object_kind kind, const char *id);
-
 /* Reads all stores and descriptions. Returns false, with nothing to free, when one cannot be. */
 bool read_all_files(kept_files *all);
 

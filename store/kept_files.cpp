@@ -6,9 +6,7 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include "kinds.h"
-
-static const char DESC_FOLDER[] = "desc/";
+#include "text.h"
 
 /* --- names --- */
 
@@ -40,6 +38,15 @@ bool is_kept_name(const char *name)
 	if (strncmp(name, DESC_FOLDER, folder) == 0)
 		return is_description_name(name + folder);
 	return is_store_name(name);
+}
+
+bool make_description_name(char name[FILE_NAME_SIZE], object_kind kind, const char *id)
+{
+	const char *word = KINDS[kind].desc_word;
+	if (!word)
+		return false;
+	int length = snprintf(name, FILE_NAME_SIZE, "%s%s.%s", DESC_FOLDER, id, word);
+	return fits(length, FILE_NAME_SIZE) && is_kept_name(name);
 }
 
 static void make_path(char path[PATH_MAX], const char *name)

@@ -7,9 +7,13 @@
 #include <limits.h>
 #include <stddef.h>
 #include <stdio.h>
+
+#include "kinds.h"
 #include "whole_file.h"
 
-const size_t FILE_NAME_SIZE = sizeof("desc/") + NAME_MAX;
+const char DESC_FOLDER[] = "desc/"; // what the names of descriptions begin with
+
+const size_t FILE_NAME_SIZE = sizeof(DESC_FOLDER) + NAME_MAX;
 
 enum file_state {
 	ABSENT,
@@ -38,6 +42,10 @@ const kept_files NO_FILES = { nullptr, 0, 0, nullptr };
 /* Whether a file may be called so: one of the stores, or "desc/ID.KIND" of a kind that has
  * descriptions. Such a name leads nowhere but into the two folders. */
 bool is_kept_name(const char *name);
+
+/* Makes the name of an object's description; false where it can have none: the kind has no
+ * descriptions, or the id would lead out of their folder. */
+bool make_description_name(char name[FILE_NAME_SIZE], object_kind kind, const char *id);
 
 /* Reads the file of that name, which need not be there. Returns false, with errno set and nothing
  * to free, when what is there cannot be read. */
