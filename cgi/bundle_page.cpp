@@ -13,7 +13,6 @@
 #include "../store/laid_aside.h"
 #include "../store/text.h"
 #include "../store/text_stream.h"
-#include "bundle_gate.h"
 #include "change.h"
 #include "differences.h"
 #include "frame.h"
@@ -114,19 +113,6 @@ int answer_bundle(void)
 
 /* --- taking --- */
 
-static const char *get_fault_word(bundle_fault fault)
-{
-	switch (fault) {
-	case BUNDLE_WELL: return "";
-	case BUNDLE_ALIEN: return "This is no bundle of settings.";
-	case BUNDLE_OTHER_VERSION: return "This bundle has a format of another version.";
-	case BUNDLE_TOO_LONG: return "The bundle is longer than 1 MiB.";
-	case BUNDLE_DAMAGED: return "The bundle is damaged: it was cut off or changed.";
-	case BUNDLE_NO_MEMORY: return "There is no memory for the bundle.";
-	}
-	return "";
-}
-
 static int show_check(const kept_files *bundle)
 {
 	char revision[REVISION_SIZE];
@@ -198,7 +184,7 @@ int answer_posted_bundle(const char *bytes, size_t size)
 	bundle_fault fault = read_bundle(&bundle, bytes, size);
 	if (fault != BUNDLE_WELL)
 		return refuse(fault == BUNDLE_TOO_LONG ? "413 Content Too Large" : "400 Bad Request",
-			      "%s Nothing was changed.", get_fault_word(fault));
+			      "%s Nothing was changed.", get_bundle_sentence(fault));
 	int status = take_bundle(&bundle, is_import);
 	free_kept_files(&bundle);
 	return status;

@@ -5,22 +5,6 @@
 
 #include "frame.h"
 
-void write_when(char text[WHEN_SIZE], time_t when)
-{
-	tm local;
-	if (!localtime_r(&when, &local) || !strftime(text, WHEN_SIZE, "%Y-%m-%d %H:%M", &local))
-		snprintf(text, WHEN_SIZE, "an unknown time");
-}
-
-void write_who(char text[WHO_SIZE], const change_note *note)
-{
-	if (note->login && note->address)
-		snprintf(text, WHO_SIZE, "%s at %s", note->login, note->address);
-	else
-		snprintf(text, WHO_SIZE, "%s",
-			 note->address ? note->address : note->login ? note->login : "unknown");
-}
-
 void print_entry_note(const entry *it)
 {
 	char when[WHEN_SIZE], who[WHO_SIZE];
@@ -62,24 +46,13 @@ static void print_value(const difference *row)
 	}
 }
 
-static const char *get_word(object_change change)
-{
-	switch (change) {
-	case OBJECT_ADDED: return "added";
-	case OBJECT_REMOVED: return "removed";
-	case OBJECT_CHANGED: return "changed";
-	case STORE_ARRANGED: return "arranged anew";
-	}
-	return "";
-}
-
 void print_difference(void *to, const difference *row)
 {
 	int *count = static_cast<int *>(to);
 	printf("<li>%s ", KINDS[row->kind].word);
 	if (row->id)
 		print_escaped(row->id);
-	printf(" %s", get_word(row->change));
+	printf(" %s", get_change_word(row->change));
 	if (row->before || row->after)
 		print_value(row);
 	printf("</li>\n");

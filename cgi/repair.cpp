@@ -13,6 +13,7 @@
 #include "../store/description.h"
 #include "../store/laid_aside.h"
 #include "../store/save.h"
+#include "../store/stored.h"
 #include "../store/text.h"
 #include "change.h"
 #include "edit.h"
@@ -21,7 +22,6 @@
 #include "marks.h"
 #include "pages.h"
 #include "posted.h"
-#include "stored.h"
 
 static const size_t STORED_SENTENCE_SIZE = 800; // bytes
 

@@ -93,6 +93,18 @@ bool tell_entry(const entry *it, difference_teller tell, void *to);
 /* Reads the newest entry that changed the object. Returns false where none did (ENOENT). */
 bool read_last_change(entry *it, object_kind kind, const char *id);
 
+const size_t WHEN_SIZE = 32; // bytes
+const size_t WHO_SIZE = 200; // bytes
+
+/* "2026-11-21 16:02", in the router's own time. */
+void write_when(char text[WHEN_SIZE], time_t when);
+
+/* "admin at 192.168.1.7"; "192.168.1.7" where there is no login, "unknown" for neither. */
+void write_who(char text[WHO_SIZE], const change_note *note);
+
+/* "added", "removed", "changed", "arranged anew" */
+const char *get_change_word(object_change change);
+
 /* Brings all files back to what they were before the entry, so that what it and the later ones
  * changed is gone. That is a change itself, with this note, and so can be brought back. Returns
  * false as begin_change and commit_change do, and then everything is as it was, or a change is
@@ -135,6 +147,9 @@ enum bundle_fault {
  * looked at: see tell_bundle_values. */
 bundle_fault read_bundle(kept_files *bundle, const char *bytes, size_t size);
 
+/* What is wrong with one, as a sentence to the user; empty for a bundle that is well. */
+const char *get_bundle_sentence(bundle_fault fault);
+
 /* A value that a bundle brings; an object without values has one row without key and value.
  * Lives during the call. */
 struct bundle_value {
@@ -149,6 +164,12 @@ typedef void (*value_teller)(void *to, const bundle_value *row);
 /* Tells each value of each object in the bundle, those too that stand behind another of the same
  * key, and each description. Returns false when memory is short: not all have been told. */
 bool tell_bundle_values(const kept_files *bundle, value_teller tell, void *to);
+
+const size_t BUNDLE_SENTENCE_SIZE = 800; // bytes
+
+/* The gate: what a bundle brings may be no other than what a form may post. Returns true when all of
+ * it may be stored; else false, and sentence (size bytes) names the first value that may not. */
+bool check_bundle(const kept_files *bundle, char *sentence, size_t size);
 
 /* Tells what the bundle would change. Returns false when a store cannot be read or memory is
  * short: not all has been told. */

@@ -116,10 +116,13 @@ static bool has_entry(cfl *store, const char *section, const char *format, int n
 	return cfl_value_get_by_name(store, section, key, &scratch) != nullptr;
 }
 
-static bool goes_on_behind(cfl *store, const char *section, const char *format, int max)
+bool has_left_out(cfl *store, const field *row, const char *section, int *first)
 {
-	for (int n = max; n >= 0; n--) {
-		if (!has_entry(store, section, format, n))
+	*first = get_loaded_max(row);
+	if (*first == 0)
+		return false;
+	for (int n = *first; n >= 0; n--) {
+		if (!has_entry(store, section, row->key, n))
 			return false; // at max, as for most, or a gap that ends the list before
 	}
 	return true;
@@ -128,11 +131,11 @@ static bool goes_on_behind(cfl *store, const char *section, const char *format, 
 void warn_left_out(cfl *store, object_kind kind, const char *section)
 {
 	for (const field &row : FIELDS[kind]) {
-		int max = get_loaded_max(&row);
-		if (max == 0 || !goes_on_behind(store, section, row.key, max))
+		int first;
+		if (!has_left_out(store, &row, section, &first))
 			continue;
 		char key[KEY_SIZE];
-		snprintf(key, sizeof(key), row.key, max);
+		snprintf(key, sizeof(key), row.key, first);
 		qos_warn("%s: %s and what follows is left out", section, key);
 	}
 }

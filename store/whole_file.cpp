@@ -25,7 +25,8 @@ static void close_quietly(int fd)
 
 /* --- reading --- */
 
-static char *read_to_end(int fd, size_t expected, size_t *size)
+/* One byte more is asked for than is expected: less than was asked for is the end. */
+char *read_open(int fd, size_t expected, size_t *size)
 {
 	size_t room = expected + 1;
 	char *bytes = static_cast<char *>(malloc(room));
@@ -37,7 +38,7 @@ static char *read_to_end(int fd, size_t expected, size_t *size)
 		if (got < 0)
 			break;
 		*size += static_cast<size_t>(got);
-		if (got == 0) {
+		if (got == 0 || (expected > 0 && *size == expected)) {
 			bytes[*size] = '\0';
 			return bytes;
 		}
@@ -63,7 +64,7 @@ char *read_whole(const char *path, size_t *size, file_access *access)
 	if (fstat(fd, &info) == 0) {
 		errno = EINVAL;
 		if (S_ISREG(info.st_mode))
-			bytes = read_to_end(fd, static_cast<size_t>(info.st_size), size);
+			bytes = read_open(fd, static_cast<size_t>(info.st_size), size);
 	}
 	if (bytes && access)
 		*access = { info.st_mode & 07777, info.st_uid, info.st_gid };

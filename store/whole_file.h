@@ -15,6 +15,10 @@ struct file_access {
  * with errno set; EINVAL for what is no regular file. access may be null. */
 char *read_whole(const char *path, size_t *size, file_access *access);
 
+/* Reads an open file from where it stands to its end, as read_whole does; expected is its size as far
+ * as that is known. */
+char *read_open(int fd, size_t expected, size_t *size);
+
 /* Gives the file at path these bytes, by a draft (store/draft.h), and makes the name last. access
  * null: as it was, or that of a plain create; only root can give another owner. Returns false with
  * errno set when that cannot be: the file is as it was, or, where it was written in place and cut,

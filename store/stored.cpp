@@ -4,7 +4,7 @@
 #include <stdio.h>
 #include <string.h>
 
-#include "../store/fields.h"
+#include "fields.h"
 
 bool check_stored_id(object_kind kind, const char *id, char *sentence, size_t size)
 {

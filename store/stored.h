@@ -1,10 +1,10 @@
 /* What may stand in a store, for values that come another way than by a form. */
-#ifndef CGI_STORED_H
-#define CGI_STORED_H
+#ifndef STORE_STORED_H
+#define STORE_STORED_H
 
 #include <stddef.h>
 
-#include "../store/kinds.h"
+#include "kinds.h"
 
 /* Whether an object may be called so. sentence (size bytes) says why not. */
 bool check_stored_id(object_kind kind, const char *id, char *sentence, size_t size);

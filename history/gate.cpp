@@ -1,9 +1,8 @@
-/* The gate before a bundle. */
-#include "bundle_gate.h"
-
+/* The gate before a bundle, and what is told of one that does not pass. */
 #include <stdio.h>
 
-#include "stored.h"
+#include "../store/stored.h"
+#include "history.h"
 
 namespace {
 
@@ -32,4 +31,17 @@ bool check_bundle(const kept_files *bundle, char *sentence, size_t size)
 		return it.passes;
 	snprintf(sentence, size, "There is no memory for the bundle.");
 	return false;
+}
+
+const char *get_bundle_sentence(bundle_fault fault)
+{
+	switch (fault) {
+	case BUNDLE_WELL: return "";
+	case BUNDLE_ALIEN: return "This is no bundle of settings.";
+	case BUNDLE_OTHER_VERSION: return "This bundle has a format of another version.";
+	case BUNDLE_TOO_LONG: return "The bundle is longer than 1 MiB.";
+	case BUNDLE_DAMAGED: return "The bundle is damaged: it was cut off or changed.";
+	case BUNDLE_NO_MEMORY: return "There is no memory for the bundle.";
+	}
+	return "";
 }
