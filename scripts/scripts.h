@@ -1,4 +1,4 @@
-/* The folder of scripts: what its files are called, how one is written, and which are there. */
+/* The folder of scripts: what its files are called, and how one is written. */
 #ifndef SCRIPTS_SCRIPTS_H
 #define SCRIPTS_SCRIPTS_H
 
@@ -68,16 +68,8 @@ void close_script(script *it);
  * these seconds. */
 int lock_scripts(int seconds);
 
-/* The names of the scripts, in the order of their bytes. */
-struct script_list {
-	char **names;
-	size_t count;
-};
-
-/* Lists the regular files of the folder that can be scripts. Returns false, with errno set and an
- * empty list, when the folder cannot be read. free_scripts releases the list. */
-bool list_scripts(script_list *list);
-
-void free_scripts(script_list *list);
+/* Locks the folder at path, the one that stands there when the lock is had: who held it before may
+ * have put another in its place. operation is LOCK_SH or LOCK_EX; else as lock_scripts. */
+int lock_folder(const char *path, int operation, int seconds);
 
 #endif

@@ -1,58 +1,11 @@
-/* The folder of scripts: who has it alone, what killed runs left, and what is in it. */
+/* The folder of scripts: who has it alone, and what killed runs left. */
 #include "../../scripts/scripts.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/wait.h>
 
 #include "../support/router_files.h"
-
-static texts listed()
-{
-	script_list list;
-	EXPECT_TRUE(list_scripts(&list));
-	texts names(list.names, list.names + list.count);
-	free_scripts(&list);
-	EXPECT_EQ(list.count, 0u);
-	return names;
-}
-
-TEST(list_scripts, gives_the_scripts_in_order_and_nothing_else)
-{
-	fresh_router router;
-	EXPECT_EQ(listed(), texts{});
-	for (const char *name : { "nas0-2:10.b", "nas0", "nas0-2.root", ".nas0.000000.draft",
-				  "a device with a long name", ".hidden" })
-		write_file(SCRIPTS + name, "");
-	put_no_file(SCRIPTS + "nas1", "pipe");
-	put_no_file(SCRIPTS + "nas2", "folder");
-	std::filesystem::create_symlink("nas0", SCRIPTS + "nas3");
-	EXPECT_EQ(listed(), (texts{ "nas0", "nas0-2.root", "nas0-2:10.b" }));
-}
-
-TEST(list_scripts, lists_a_thousand)
-{
-	fresh_router router;
-	texts expected;
-	for (int i = 1000; i < 2000; i++) {
-		expected.push_back("nas0-2." + std::to_string(i));
-		write_file(SCRIPTS + expected.back(), "");
-	}
-	EXPECT_EQ(listed(), expected);
-}
-
-TEST(list_scripts, tells_a_folder_that_cannot_be_read)
-{
-	fresh_router router;
-	std::filesystem::remove_all(SCRIPTS);
-	script_list list;
-	EXPECT_FALSE(list_scripts(&list));
-	EXPECT_EQ(errno, ENOENT);
-	EXPECT_EQ(list.count, 0u);
-	write_file(SCRIPTS.substr(0, SCRIPTS.size() - 1), "");
-	EXPECT_FALSE(list_scripts(&list));
-	EXPECT_EQ(errno, ENOTDIR);
-	std::filesystem::remove(SCRIPTS.substr(0, SCRIPTS.size() - 1));
-}
 
 TEST(lock_scripts, removes_the_drafts_of_killed_runs_and_nothing_else)
 {
@@ -86,4 +39,56 @@ TEST(lock_scripts, gives_the_folder_to_one_at_a_time)
 	std::filesystem::remove_all(SCRIPTS);
 	EXPECT_EQ(lock_scripts(0), -1);
 	EXPECT_EQ(errno, ENOENT);
+}
+
+static ino_t inode_of(int fd)
+{
+	struct stat info = {};
+	EXPECT_EQ(fstat(fd, &info), 0);
+	return info.st_ino;
+}
+
+TEST(lock_scripts, takes_the_folder_that_is_in_place_when_the_wait_ends)
+{
+	fresh_router router;
+	int first = lock_scripts(0);
+	ASSERT_GE(first, 0);
+	pid_t child = fork();
+	if (child == 0) {
+		dup2(open("/dev/null", O_RDONLY), first);
+		int fd = lock_scripts(20);
+		_exit(fd >= 0 ? static_cast<int>(inode_of(fd) % 200) : 255);
+	}
+	// Until it waits: its descriptor is that of the folder that goes.
+	const std::string descriptors = "/proc/" + std::to_string(child) + "/fd";
+	const std::string folder = SCRIPTS.substr(0, SCRIPTS.size() - 1);
+	for (bool waits = false; !waits;) {
+		for (const auto &one : std::filesystem::directory_iterator(descriptors)) {
+			std::error_code gone;
+			waits = waits || (one.path().filename() != std::to_string(first) &&
+					  std::filesystem::read_symlink(one, gone) == folder);
+		}
+	}
+	std::filesystem::rename(folder, folder + ".before");
+	std::filesystem::create_directory(folder);
+	int now = open(folder.c_str(), O_RDONLY | O_DIRECTORY);
+	ASSERT_NE(inode_of(now), inode_of(first));
+	close(first);
+	int status = 0;
+	ASSERT_EQ(waitpid(child, &status, 0), child);
+	EXPECT_EQ(WEXITSTATUS(status), static_cast<int>(inode_of(now) % 200));
+	close(now);
+	std::filesystem::remove_all(folder + ".before");
+}
+
+TEST(lock_folder, is_shared_by_readers)
+{
+	fresh_router router;
+	int one = lock_folder(SCRIPTS.c_str(), LOCK_SH, 0);
+	int other = lock_folder(SCRIPTS.c_str(), LOCK_SH, 0);
+	EXPECT_GE(one, 0);
+	EXPECT_GE(other, 0);
+	EXPECT_EQ(lock_scripts(0), -1);
+	close(one);
+	close(other);
 }
