@@ -74,7 +74,8 @@ static bool count_sections(const char *path, int *count, const bound_policy *pol
 		return false;
 	*count = cfl_get_sections_count(store);
 	tell_absent(store, path, policy, "root class", root_class);
-	tell_absent(store, path, policy, "default class", default_class);
+	if (default_class && *default_class) // an emptied one is none
+		tell_absent(store, path, policy, "default class", default_class);
 	cfl_free(store);
 	return true;
 }

@@ -34,7 +34,7 @@ void tell_absent_parents(void)
 		const char *id = cfl_section_get_name_by_position(store, i);
 		int scratch;
 		const char *parent = cfl_value_get_by_name(store, id, "PARENT_ID", &scratch);
-		if (parent && !has_object(store, parent))
+		if (parent && *parent && !has_object(store, parent))
 			qos_warn("class %s: its parent '%s' is not in the class store", id, parent);
 	}
 	cfl_free(store);

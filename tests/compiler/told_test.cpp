@@ -68,10 +68,18 @@ TEST(do_policy, tells_of_classes_that_are_named_and_not_there)
 	router.store("class", "[root]\nPARENT_ID=above\n[web]\nPARENT_ID=root\n[D ]\nPARENT_ID=\n");
 	EXPECT_EQ(told_by_compile(router),
 		  (texts{ "class root: its parent 'above' is not in the class store",
-			  "class D : its parent '' is not in the class store",
 			  "policy LAN1: its root class 'R' is not in the class store",
 			  "policy LAN1: its default class 'D' is not in the class store",
 			  "policy LAN2: its root class 'S' is not in the basic store" }));
+}
+
+/* A page leaves an empty value where a name was taken away. */
+TEST(do_policy, tells_nothing_of_a_name_that_was_emptied)
+{
+	small_office router;
+	router.store("policy", policy("LAN1", "htb", "ROOT_CLASS=root\nDEFAULT_CLASS=\n"));
+	router.store("class", "[root]\nPARENT_ID=\n");
+	EXPECT_EQ(told_by_compile(router), texts());
 }
 
 TEST(do_policy, tells_of_a_filter_that_is_named_and_not_there)
