@@ -1,0 +1,51 @@
+/* Questions to the kernel by netlink, and what its answers hold. Private to this room. */
+#ifndef KERNEL_NETLINK_H
+#define KERNEL_NETLINK_H
+
+#include <stddef.h>
+#include <stdint.h>
+#include <string.h>
+
+#include <libmnl/libmnl.h>
+#include <linux/rtnetlink.h>
+
+#include "../plan/list.h"
+
+typedef list<nlmsghdr *> answer_list; // copies, which free_answers releases
+
+/* All messages of the kernel's answer. One that changes while it is listed is asked for anew. False
+ * with errno set, and an empty list, where there is none: ENODEV for a device that is not there. */
+bool ask_link(answer_list *to, const char *device);
+bool ask_links(answer_list *to);
+bool ask_addresses(answer_list *to, unsigned char family);
+
+/* Qdiscs (RTM_GETQDISC), of all devices; classes (RTM_GETTCLASS) of the device; filters
+ * (RTM_GETTFILTER) of the device that hang at parent. */
+bool ask_traffic_control(answer_list *to, uint16_t type, int index, uint32_t parent);
+
+void free_answers(answer_list *it);
+
+/* The first attribute of that type behind the message's own header of so many bytes, or among those
+ * of another attribute; null where there is none. */
+const nlattr *get_attribute(const nlmsghdr *from, size_t header, uint16_t type);
+const nlattr *get_nested(const nlattr *in, uint16_t type);
+
+/* Whether the attribute is there and holds this text. */
+bool holds_text(const nlattr *it, const char *text);
+
+/* Copies what the attribute holds. False where it is null or holds less. */
+template <class T> bool get_value(T *to, const nlattr *from)
+{
+	if (!from || mnl_attr_get_payload_len(from) < sizeof(T))
+		return false;
+	memcpy(to, mnl_attr_get_payload(from), sizeof(T));
+	return true;
+}
+
+/* The header of a message of traffic control; null for a message that is too short. */
+const tcmsg *get_tcmsg(const nlmsghdr *from);
+
+/* An attribute of such a message. */
+const nlattr *get_tc_attribute(const nlmsghdr *from, uint16_t type);
+
+#endif

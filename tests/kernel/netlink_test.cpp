@@ -1,0 +1,109 @@
+/* What the kernel is asked, and messages that hold less than they should. */
+#include "../../kernel/netlink.h"
+
+#include <errno.h>
+#include <linux/pkt_sched.h>
+
+#include <gtest/gtest.h>
+
+#include "../../kernel/kernel.h"
+
+TEST(netlink, finds_a_device_that_is_there)
+{
+	link_state it;
+	ASSERT_TRUE(read_link(&it, "lo"));
+	EXPECT_TRUE(it.is_there);
+	EXPECT_GT(it.index, 0);
+	EXPECT_GT(it.mtu, 0u);
+	EXPECT_FALSE(it.is_bridged);
+	EXPECT_EQ(it.root_handle, 0u);
+	link_company on;
+	ASSERT_TRUE(read_company(&on, it.index));
+	EXPECT_FALSE(on.has_vlans);
+}
+
+TEST(netlink, an_absent_device_is_no_failure)
+{
+	for (const char *name : { "no-such-device", "a-name-that-is-far-too-long", "", "a/b" }) {
+		link_state it;
+		EXPECT_TRUE(read_link(&it, name)) << name;
+		EXPECT_FALSE(it.is_there) << name;
+		list<class_counters> counters;
+		uint64_t direct;
+		EXPECT_TRUE(read_counters(&counters, &direct, name)) << name;
+		EXPECT_EQ(counters.count, 0u) << name;
+	}
+}
+
+TEST(netlink, a_device_without_a_qdisc_of_ours_has_no_tree)
+{
+	tree it, asked = {};
+	ASSERT_TRUE(read_tree(&it, "lo", &asked));
+	EXPECT_FALSE(it.is_there);
+	EXPECT_EQ(it.classes.count + it.filters.count + it.chain.count, 0u);
+	free_tree(&it);
+}
+
+/* A message with three attributes, one of them nested, of which all but so many bytes are cut. */
+struct message {
+	alignas(nlmsghdr) char bytes[512] = {};
+	nlmsghdr *header = mnl_nlmsg_put_header(bytes);
+
+	message()
+	{
+		mnl_nlmsg_put_extra_header(header, sizeof(tcmsg));
+		mnl_attr_put_strz(header, TCA_KIND, "htb");
+		nlattr *nest = mnl_attr_nest_start(header, TCA_OPTIONS);
+		mnl_attr_put_u64(header, TCA_HTB_RATE64, 77);
+		mnl_attr_nest_end(header, nest);
+		mnl_attr_put_u32(header, TCA_CHAIN, 5);
+	}
+};
+
+TEST(netlink, finds_attributes)
+{
+	message it;
+	uint64_t rate = 0;
+	uint32_t chain = 0;
+	const nlattr *options = get_tc_attribute(it.header, TCA_OPTIONS);
+	EXPECT_TRUE(holds_text(get_tc_attribute(it.header, TCA_KIND), "htb"));
+	EXPECT_FALSE(holds_text(get_tc_attribute(it.header, TCA_KIND), "ht"));
+	EXPECT_FALSE(holds_text(get_tc_attribute(it.header, TCA_KIND), "htbx"));
+	EXPECT_TRUE(get_value(&rate, get_nested(options, TCA_HTB_RATE64)));
+	EXPECT_EQ(rate, 77u);
+	EXPECT_TRUE(get_value(&chain, get_tc_attribute(it.header, TCA_CHAIN)));
+	EXPECT_EQ(chain, 5u);
+	EXPECT_FALSE(get_value(&rate, get_tc_attribute(it.header, TCA_CHAIN))); // too short
+	EXPECT_FALSE(get_nested(options, TCA_HTB_PARMS));
+	EXPECT_FALSE(get_nested(nullptr, TCA_HTB_PARMS));
+	EXPECT_FALSE(holds_text(nullptr, ""));
+}
+
+/* In a buffer of exactly its size, so that a byte too far is seen. */
+TEST(netlink, reads_no_further_than_a_message_goes)
+{
+	message whole;
+	for (uint32_t size = sizeof(nlmsghdr); size <= whole.header->nlmsg_len; size++) {
+		nlmsghdr *cut = static_cast<nlmsghdr *>(malloc(size));
+		memcpy(cut, whole.bytes, size);
+		cut->nlmsg_len = size;
+		uint64_t rate;
+		const nlattr *options = get_tc_attribute(cut, TCA_OPTIONS);
+		get_value(&rate, get_nested(options, TCA_HTB_RATE64));
+		holds_text(get_tc_attribute(cut, TCA_KIND), "htb");
+		EXPECT_EQ(get_tc_attribute(cut, TCA_CHAIN) != nullptr,
+			  size == whole.header->nlmsg_len) << size;
+		EXPECT_EQ(get_tcmsg(cut) != nullptr, size >= sizeof(nlmsghdr) + sizeof(tcmsg));
+		free(cut);
+	}
+}
+
+TEST(netlink, is_not_led_astray_by_wrong_lengths)
+{
+	message it;
+	nlattr *first = const_cast<nlattr *>(get_tc_attribute(it.header, TCA_KIND));
+	for (unsigned length : { 0u, 1u, 3u, 65535u }) {
+		first->nla_len = static_cast<uint16_t>(length);
+		EXPECT_FALSE(get_tc_attribute(it.header, TCA_CHAIN)) << length;
+	}
+}
