@@ -1,5 +1,6 @@
 #!/bin/sh
-# Stand-in for the router's NAT test: check_nat.sh DEVICE ADDRESS
+# Stand-in for the router's NAT test: check_nat.sh DEVICE ADDRESS. The one in install/sbin asks the
+# firewall, and this router has none.
 # Exit status 1 when ADDRESS leaves DEVICE translated, else 0. The table has lines "DEVICE START",
 # START being what the translated addresses start with.
 [ $# -ge 1 ] || { echo "usage: check_nat.sh DEVICE ADDRESS" >&2; exit 2; }

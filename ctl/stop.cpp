@@ -1,0 +1,7 @@
+/* qosctl stop: what is ours in the kernel goes. */
+#include "applying.h"
+
+int run_stop(const options *given)
+{
+	return apply_other(NOTHING, given);
+}
