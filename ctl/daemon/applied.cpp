@@ -1,0 +1,60 @@
+/* What the daemon knows of what was applied. */
+#include "applied.h"
+
+#include <errno.h>
+#include <limits.h>
+#include <stdio.h>
+#include <string.h>
+
+#include "log.h"
+
+static const char RECORD_FILE[] = "/run/qos/applied";
+
+static void take_names(applied *to, const script_set *from)
+{
+	for (const script_text &script : *from) {
+		if (strlen(script.name) < SCRIPT_DEVICE_SIZE)
+			strcpy(add_item(&to->asked)->text, script.name);
+	}
+}
+
+void read_applied(applied *it)
+{
+	record from;
+	free_applied(it);
+	if (read_record(&from, RECORD_FILE)) {
+		it->is_there = true;
+		take_names(it, &from.scripts);
+		it->made = from.made;
+		from.made = {};
+		free_record(&from);
+	} else if (errno != ENOENT) {
+		it->is_there = true;
+		log_line(LOG_ERR, "%s cannot be read: %s", RECORD_FILE, strerror(errno));
+	}
+}
+
+void free_applied(applied *it)
+{
+	free_list(&it->made);
+	free_list(&it->asked);
+	it->is_there = false;
+}
+
+bool is_asked_for(const applied *it, const char *device)
+{
+	for (const device_name &name : it->asked) {
+		if (strcmp(name.text, device) == 0)
+			return true;
+	}
+	return it->is_there && it->asked.count == 0;
+}
+
+bool is_made(const applied *it, const char *device, int index)
+{
+	for (const made_device &made : it->made) {
+		if (made.index == index && strcmp(made.device, device) == 0)
+			return true;
+	}
+	return false;
+}
