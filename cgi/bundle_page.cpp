@@ -12,31 +12,12 @@
 #include "../history/history.h"
 #include "../store/laid_aside.h"
 #include "../store/text.h"
-#include "../store/text_stream.h"
 #include "change.h"
 #include "differences.h"
 #include "frame.h"
 #include "posted.h"
 
 /* --- giving --- */
-
-/* The bundle as a text on the heap; null, with errno set, when it cannot be made. */
-static char *make_bundle(size_t *size)
-{
-	text_stream bundle;
-	if (!open_text_stream(&bundle))
-		return nullptr;
-	bool whole = write_bundle(bundle.stream);
-	int reason = errno;
-	if (!close_text_stream(&bundle))
-		return nullptr;
-	*size = bundle.size;
-	if (whole)
-		return bundle.text;
-	free(bundle.text);
-	errno = reason;
-	return nullptr;
-}
 
 /* A store that was edited by other hands may hold what no form may post, and neither may a bundle. Who
  * keeps one is told before it is needed. */

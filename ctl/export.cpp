@@ -6,27 +6,8 @@
 #include <unistd.h>
 
 #include "../store/message.h"
-#include "../store/text_stream.h"
 #include "../store/whole_file.h"
 #include "changes.h"
-
-/* The bundle as a text on the heap; null, with errno set, when it cannot be made. */
-static char *make_bundle(size_t *size)
-{
-	text_stream bundle;
-	if (!open_text_stream(&bundle))
-		return nullptr;
-	bool whole = write_bundle(bundle.stream);
-	int reason = errno;
-	if (!close_text_stream(&bundle))
-		return nullptr;
-	*size = bundle.size;
-	if (whole)
-		return bundle.text;
-	free(bundle.text);
-	errno = reason;
-	return nullptr;
-}
 
 /* Stores that were edited by other hands may hold what no bundle may bring. Who keeps one is told
  * before it is needed. */

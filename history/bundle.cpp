@@ -79,6 +79,23 @@ bool write_bundle(FILE *stream)
 	return written;
 }
 
+char *make_bundle(size_t *size)
+{
+	text_stream bundle;
+	if (!open_text_stream(&bundle))
+		return nullptr;
+	bool whole = write_bundle(bundle.stream);
+	int reason = errno;
+	if (!close_text_stream(&bundle))
+		return nullptr;
+	*size = bundle.size;
+	if (whole)
+		return bundle.text;
+	free(bundle.text);
+	errno = reason;
+	return nullptr;
+}
+
 /* --- reading --- */
 
 /* Whether the bundle holds what write_bundle puts into one: each store, there or absent, and

@@ -134,6 +134,10 @@ const size_t BUNDLE_SIZE_MAX = 1024 * 1024; // bytes
  * reports an error. */
 bool write_bundle(FILE *stream);
 
+/* The bundle as a text on the heap, which the caller frees; null, with errno set, when it cannot be
+ * made. */
+char *make_bundle(size_t *size);
+
 enum bundle_fault {
 	BUNDLE_WELL,
 	BUNDLE_ALIEN,         // something else
