@@ -57,9 +57,7 @@ static void end_confirmation(const options *given, bool was_open, bool has_chang
 static bool has_new_scripts(const plan *it, const script_set *set, const options *given)
 {
 	record applied;
-	char path[PATH_MAX];
-	snprintf(path, sizeof(path), "%sapplied", RUN_DIR);
-	read_record(&applied, path); // empty where nothing is applied
+	read_record(&applied, APPLIED_FILE); // empty where nothing is applied
 	bool is_new = false;
 	for (const device &one : it->devices)
 		is_new = is_new || (one.is_sound && is_wanted(given, one.name) &&
@@ -88,7 +86,7 @@ static int apply_plan(const plan *it, const script_set *set, const options *give
 		asked.keeps_good = was_open || given->confirm > 0;
 		asked.device = given->device;
 		asked.when = time(nullptr);
-		bool is_new = has_new_scripts(it, set, given);
+		bool is_new = given->confirm > 0 && has_new_scripts(it, set, given);
 		status = apply_and_answer(&asked, given, &has_changed);
 		end_confirmation(given, was_open, has_changed || is_new);
 	}

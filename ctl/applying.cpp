@@ -10,7 +10,6 @@
 #include "../store/message.h"
 
 static const int LOCK_SECONDS = 60;
-static const char APPLIED_FILE[] = "/run/qos/applied";
 static const char CONTROL_SOCKET[] = "/run/qos/control";
 
 namespace {

@@ -80,9 +80,7 @@ static void check_links(plan *to, const options *given)
 void check_roots(plan *it, const options *given)
 {
 	record made;
-	char path[PATH_MAX];
-	snprintf(path, sizeof(path), "%sapplied", RUN_DIR);
-	read_record(&made, path); // empty where nothing is applied
+	read_record(&made, APPLIED_FILE); // empty where nothing is applied
 	for (const device &one : it->devices) {
 		link_state link;
 		if (is_wanted(given, one.name) && read_link(&link, one.name) && link.is_there &&

@@ -14,7 +14,6 @@
 
 #include "kernel.h"
 
-const char APPLIED_FILE[] = "/run/qos/applied";
 const char BEFORE_FILE[] = "/run/qos/before";
 const char OPEN_FILE[] = "/run/qos/open";
 const char FORMER_FILE[] = "/run/qos/former";

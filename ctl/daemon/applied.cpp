@@ -8,8 +8,6 @@
 
 #include "log.h"
 
-static const char RECORD_FILE[] = "/run/qos/applied";
-
 static void take_names(applied *to, const script_set *from)
 {
 	for (const script_text &script : *from) {
@@ -22,7 +20,7 @@ void read_applied(applied *it)
 {
 	record from;
 	free_applied(it);
-	if (read_record(&from, RECORD_FILE)) {
+	if (read_record(&from, APPLIED_FILE)) {
 		it->is_there = true;
 		take_names(it, &from.scripts);
 		it->made = from.made;
@@ -30,7 +28,7 @@ void read_applied(applied *it)
 		free_record(&from);
 	} else if (errno != ENOENT) {
 		it->is_there = true;
-		log_line(LOG_ERR, "%s cannot be read: %s", RECORD_FILE, strerror(errno));
+		log_line(LOG_ERR, "%s cannot be read: %s", APPLIED_FILE, strerror(errno));
 	}
 }
 

@@ -11,8 +11,6 @@
 #include "answer.h"
 #include "clock.h"
 
-static const char RECORD_FILE[] = "/run/qos/applied";
-
 /* --- reading --- */
 
 void read_rates(samples *to, const applied *from, int64_t now)
@@ -176,7 +174,7 @@ static int compare(const void *one, const void *other)
 static void find_told(list<told_class> *told, const samples *from, const question *asked)
 {
 	record applied_now;
-	read_record(&applied_now, RECORD_FILE); // without it there are no names
+	read_record(&applied_now, APPLIED_FILE); // without it there are no names
 	for (size_t i = 0; i < from->count; i++) {
 		const char *device = asked->values[KEY_DEVICE];
 		if (device && strcmp(from->classes[i].device, device) != 0)
