@@ -636,6 +636,37 @@ int cfl_section_remove(cfl *file, const char *name)
 	return finish_edit(file, true);
 }
 
+/* Puts an encoded name in the place of that in a heading: between its first bracket and its last. */
+static bool replace_name(cfl *file, const block *of, const char *encoded, size_t size)
+{
+	char *name = of->heading + 1;
+	char *line_end = end_of_line(file, name);
+	char *close = static_cast<char *>(
+		memrchr(name, ']', static_cast<size_t>(line_end - name)));
+	return replace_piece(file, static_cast<size_t>(name - file->text),
+			     static_cast<size_t>(close - file->text), encoded, size);
+}
+
+int cfl_section_rename(cfl *file, const char *section_name, const char *name)
+{
+	const section *renamed = find_section(file, section_name);
+	if (!renamed || !name || !*name)
+		return -1;
+	if (find_section(file, name))
+		return -2;
+	char *encoded = static_cast<char *>(malloc(2 * strlen(name) + 1));
+	if (!encoded)
+		return finish_edit(file, false);
+	size_t size = static_cast<size_t>(encode(name, encoded) - encoded);
+	int result = 0;
+	// A section may have several headings, and each edit makes the index anew.
+	for (; result == 0 && renamed; renamed = find_section(file, section_name))
+		result = finish_edit(file, replace_name(file, &file->blocks[renamed->first],
+							encoded, size));
+	free(encoded);
+	return result;
+}
+
 /* --- values --- */
 
 int cfl_section_get_values_count(cfl *file, const char *name)

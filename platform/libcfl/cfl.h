@@ -67,6 +67,11 @@ int cfl_section_insert(cfl *file, const char *section);
  * Returns 0, or -1 when there is no such section. */
 int cfl_section_remove(cfl *file, const char *section);
 
+/* Gives a section another name where it stands; what it holds and the comments stay. Returns 0, -2
+ * when a section of the new name is there, the section's own included, -1 when there is no such
+ * section or the new name is empty. */
+int cfl_section_rename(cfl *file, const char *section, const char *name);
+
 /* The value of a key, null when the section or the key is missing. Lives until cfl_free, even
  * when the value is removed before. scratch is not used and may be null. */
 char *cfl_value_get_by_name(cfl *file, const char *section, const char *key, int *scratch);

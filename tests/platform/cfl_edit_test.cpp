@@ -23,6 +23,7 @@ static std::string text_of(cfl *file)
 enum edit_kind {
 	INSERT_SECTION,
 	REMOVE_SECTION,
+	RENAME_SECTION,
 	INSERT_VALUE,
 	REMOVE_VALUE,
 	SET_VALUE,
@@ -34,6 +35,7 @@ static int edit(cfl *file, int kind, const char *section, const char *key, const
 	switch (kind) {
 	case INSERT_SECTION: return cfl_section_insert(file, section);
 	case REMOVE_SECTION: return cfl_section_remove(file, section);
+	case RENAME_SECTION: return cfl_section_rename(file, section, value);
 	case INSERT_VALUE: return cfl_value_insert(file, section, key, 1, value);
 	case SET_VALUE: return cfl_value_set(file, section, key, value);
 	default: return cfl_value_remove(file, section, key);
@@ -67,6 +69,19 @@ static const struct {
 	{ "[A]\nK=1\n# a\n[B]\nK=2\n; b\n[A]\nL\nM=3\n[C]\n", REMOVE_SECTION, "B", "", "", 0,
 	  "[A]\nK=1\n# a\n; b\n[A]\nL\nM=3\n[C]\n" },
 	{ "[A]\n[B]\nK=V", REMOVE_SECTION, "B", "", "", 0, "[A]\n" },
+
+	{ "# x\n[A]\n# a\nK=A\n\n[B]\n", RENAME_SECTION, "A", "", "long", 0,
+	  "# x\n[long]\n# a\nK=A\n\n[B]\n" },
+	{ "[A]\nK=1\n[B]\nK=2\n# b\n[A]\nM=3\n[C]", RENAME_SECTION, "A", "", "D", 0,
+	  "[D]\nK=1\n[B]\nK=2\n# b\n[D]\nM=3\n[C]\n" },
+	{ "[a]b] # c\nK=V\n", RENAME_SECTION, "a]b", "", "x", 0, "[x] # c\nK=V\n" },
+	{ "[a\\nb]\n[A]", RENAME_SECTION, "A", "", "c\nd\r\\]", 0,
+	  "[a\\nb]\n[c\\nd\\r\\\\]]\n" },
+	{ "[a\\nb]\n", RENAME_SECTION, "a\nb", "", "ab", 0, "[ab]\n" },
+	{ "[A]\n[B]\n", RENAME_SECTION, "A", "", "B", -2, "[A]\n[B]\n" },
+	{ "[A]\n", RENAME_SECTION, "A", "", "A", -2, "[A]\n" },
+	{ "[A]\n", RENAME_SECTION, "B", "", "C", -1, "[A]\n" },
+	{ "[A]\n", RENAME_SECTION, "A", "", "", -1, "[A]\n" },
 
 	{ "[A]\n", INSERT_VALUE, "A", "K", "V", 0, "[A]\nK=V\n" },
 	{ "[A]", INSERT_VALUE, "A", "K", "V", 0, "[A]\nK=V\n" },

@@ -370,6 +370,9 @@ TEST(cfl, takes_null_for_every_pointer)
 	EXPECT_EQ(cfl_section_insert(file, nullptr), -1);
 	EXPECT_EQ(cfl_section_remove(nullptr, "A"), -1);
 	EXPECT_EQ(cfl_section_remove(file, nullptr), -1);
+	EXPECT_EQ(cfl_section_rename(nullptr, "A", "B"), -1);
+	EXPECT_EQ(cfl_section_rename(file, nullptr, "B"), -1);
+	EXPECT_EQ(cfl_section_rename(file, "A", nullptr), -1);
 	EXPECT_EQ(cfl_value_insert(nullptr, "A", "L", 1, "W"), -1);
 	EXPECT_EQ(cfl_value_insert(file, nullptr, "L", 1, "W"), -1);
 	EXPECT_EQ(cfl_value_insert(file, "A", nullptr, 1, "W"), -1);
