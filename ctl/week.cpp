@@ -17,22 +17,6 @@ struct window {
 
 /* --- which days --- */
 
-/* The first moment at which the clock shows today's date: in some zones there is a midnight that
- * is skipped, in others one that comes twice. */
-static time_t get_today(time_t now)
-{
-	struct tm today, wall;
-	if (!localtime_r(&now, &today))
-		return now;
-	time_t at = now - 2 * DAY_SECONDS;
-	while (at < now) {
-		if (localtime_r(&at, &wall) && wall.tm_mday == today.tm_mday)
-			return at;
-		at = get_next_hour(at);
-	}
-	return now;
-}
-
 /* The same time so many days later, by the calendar. */
 static time_t add_days(time_t from, long days)
 {
@@ -48,7 +32,7 @@ static time_t add_days(time_t from, long days)
 
 static bool read_window(window *it, const options *given)
 {
-	it->from = get_today(time(nullptr));
+	it->from = get_day_start(time(nullptr));
 	if (given->from && !parse_time(&it->from, given->from)) {
 		qos_warn("--from: '%s' is no time; write 2026-11-21T18:00", given->from);
 		return false;

@@ -107,22 +107,12 @@ void check_nodes(plan *to, device *of);
 /* Tells of marks that stand twice in the folder. */
 void check_marks(plan *to);
 
-/* --- the hours of a week: hours.cpp --- */
-
-const int WEEK_DAYS = 7, DAY_HOURS = 24;
-
-/* A set of hours; bit n of a day is the hour that begins at n. */
-struct week_hours {
-	uint32_t days[WEEK_DAYS];
-};
+/* --- the hours of a week: hours.cpp, see plan.h --- */
 
 /* What the clock shows in the hours of a week, one after the other from Sunday midnight. */
 struct tm get_wall(int day, int hour);
 
 bool is_empty(const week_hours *it);
-
-/* The hours in which a slot would hold if it stood alone. */
-week_hours get_slot_hours(const slot *it);
 
 const size_t HOURS_SIZE = 160;
 

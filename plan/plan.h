@@ -239,6 +239,16 @@ rates get_rates_at(const node *it, const struct tm *wall);
 /* The slot that holds at that moment, null outside all. */
 const slot *get_slot_at(const node *it, const struct tm *wall);
 
+const int WEEK_DAYS = 7, DAY_HOURS = 24;
+
+/* A set of hours of a week; bit n of a day is the hour that begins at n, and Sunday is the first. */
+struct week_hours {
+	uint32_t days[WEEK_DAYS];
+};
+
+/* The hours in which a slot would hold if it stood alone. hours.cpp */
+week_hours get_slot_hours(const slot *it);
+
 /* A time in which one node's rates stay the same, from before to. */
 struct span {
 	time_t from, to;
@@ -251,6 +261,9 @@ void get_spans(list<span> *spans, const node *it, time_t from, time_t to);
 
 /* The next moment after this one at which a wall clock's hour begins. */
 time_t get_next_hour(time_t after);
+
+/* The first moment at which the clock shows the date that it shows at this one. */
+time_t get_day_start(time_t within);
 
 /* Finds the first moment after from and up to to at which the zone's clock is set forward or back.
  * False where it is not. */

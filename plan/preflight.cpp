@@ -199,7 +199,7 @@ static void tell_overlap(finding_list *to, const node *it, const finding_place *
 	format_hours(words, shared);
 	tell(to, WARNING, SCHEDULE_OVERLAP, at,
 	     "On the page of the class choose days, Start Time and End Time so that no two of its "
-	     "Scheduling Parameters have an hour together.",
+	     "schedules have an hour together.",
 	     "An earlier schedule of class %s holds too, and wins: %s.", it->id, words);
 }
 

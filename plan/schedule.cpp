@@ -4,6 +4,7 @@
 #include "plan.h"
 
 static const int HOUR_SECONDS = 3600;
+static const int TWO_DAYS = 2 * 24 * HOUR_SECONDS;
 static const int TURNS_MAX = 8; // looks for the next hour; three are the most that a zone needs
 
 /* --- at a moment --- */
@@ -115,6 +116,20 @@ time_t get_next_hour(time_t after)
 		wall = then;
 	}
 	return after;
+}
+
+/* In some zones there is a midnight that is skipped, in others one that comes twice. */
+time_t get_day_start(time_t within)
+{
+	struct tm day = read_wall(within);
+	time_t at = within - TWO_DAYS;
+	while (at < within) {
+		struct tm wall = read_wall(at);
+		if (wall.tm_mday == day.tm_mday)
+			return at;
+		at = get_next_hour(at);
+	}
+	return within;
 }
 
 bool find_clock_change(time_t *at, time_t from, time_t to)

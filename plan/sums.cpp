@@ -98,8 +98,8 @@ static void tell_parent(finding_list *to, const device *of, const node *it, cons
 	format_rate(rate, found->most);
 	format_hours(words, &found->hours);
 	tell(to, WARNING, OVER_PARENT, &at,
-	     "Lower the Rate of classes below it, also in their Scheduling Parameters, until they "
-	     "are no more than its own together.",
+	     "Lower the Rate of classes below it, also in their schedules, until they are no more than "
+	     "its own together.",
 	     "The classes below %s are promised %s of its %s, %s.", it->id, sum, rate, words);
 }
 

@@ -11,29 +11,11 @@
 
 #include <gtest/gtest.h>
 
+#include "../support/zone.h"
+
 static const unsigned ALL_DAYS = 0x7f;
 
-/* Zones are named by their rules, so that no table of zones is needed. */
-static const char BERLIN[] = "CET-1CEST,M3.5.0,M10.5.0/3";
-static const char NEW_YORK[] = "EST5EDT,M3.2.0,M11.1.0";
-static const char LORD_HOWE[] = "<+1030>-10:30<+11>-11,M10.1.0,M4.1.0";
 static const char CHATHAM[] = "<+1245>-12:45<+1345>,M9.5.0/2:45,M4.1.0/3:45";
-static const char HAVANA[] = "CST5CDT,M3.2.0/0,M11.1.0/1";
-
-class zone {
-public:
-	explicit zone(const char *name)
-	{
-		setenv("TZ", name, 1);
-		tzset();
-	}
-
-	~zone()
-	{
-		unsetenv("TZ");
-		tzset();
-	}
-};
 
 static time_t utc(int year, int month, int day, int hour, int minute)
 {
