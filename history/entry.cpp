@@ -208,14 +208,17 @@ static int insert_number(unsigned *numbers, int count, int max, unsigned number)
 	return count;
 }
 
-/* The greatest numbers of entries, in descending order. */
+/* The greatest numbers of entries, in descending order. errno is 0, or why not all are among them. */
 static int list_numbers(unsigned *numbers, int max)
 {
 	int count = 0;
 	DIR *folder = opendir(HISTORY_DIR);
+	int reason = folder ? 0 : errno;
 	while (folder) {
 		unsigned number;
+		errno = 0;
 		const struct dirent *found = readdir(folder);
+		reason = errno;
 		if (!found)
 			break;
 		if (read_number(found->d_name, &number))
@@ -223,6 +226,7 @@ static int list_numbers(unsigned *numbers, int max)
 	}
 	if (folder)
 		closedir(folder);
+	errno = reason;
 	return count;
 }
 
@@ -236,6 +240,8 @@ bool close_entry(void)
 	unsigned last = 0;
 	char path[ENTRY_PATH_SIZE];
 	list_numbers(&last, 1);
+	if (errno)
+		return false; // the number after the last could be one that is taken
 	make_entry_path(path, last + 1);
 	errno = EOVERFLOW;
 	if (last >= NUMBER_MAX || rename(OPEN_CHANGE, path) != 0)

@@ -79,7 +79,8 @@ struct entry {
 	char *rows;        // the differences, as written
 };
 
-/* The numbers of the entries, newest first, at most ENTRIES_MAX. Returns how many. */
+/* The numbers of the entries, newest first, at most ENTRIES_MAX. Returns how many; errno is then 0, or
+ * why not all can be listed: ENOENT where nothing was ever changed. */
 int list_entries(unsigned numbers[ENTRIES_MAX]);
 
 /* Reads an entry, which free_entry releases. Returns false, with nothing to release, where there is

@@ -130,6 +130,23 @@ TEST(list_entries, keeps_what_fits_and_the_newest_in_any_case)
 	EXPECT_EQ(entries(), std::vector<unsigned>{ 5 });
 }
 
+TEST(list_entries, says_why_there_are_none)
+{
+	unsigned numbers[ENTRIES_MAX];
+	history_router router;
+	std::filesystem::remove_all(HISTORY);
+	EXPECT_EQ(list_entries(numbers), 0);
+	EXPECT_EQ(errno, ENOENT);
+	write_file(STORES + ".history", "a file");
+	EXPECT_EQ(list_entries(numbers), 0);
+	EXPECT_EQ(errno, ENOTDIR);
+	std::filesystem::remove(STORES + ".history");
+	std::filesystem::create_directory(HISTORY);
+	change("port", "[p]\n");
+	EXPECT_EQ(list_entries(numbers), 1);
+	EXPECT_EQ(errno, 0);
+}
+
 TEST(read_entry, refuses_every_flipped_bit_and_every_cut)
 {
 	history_router router;
