@@ -7,10 +7,10 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include "../history/control.h"
 #include "../store/message.h"
 
 static const int LOCK_SECONDS = 60;
-static const char CONTROL_SOCKET[] = "/run/qos/control";
 
 namespace {
 
@@ -126,17 +126,29 @@ static void tell_schedules(const list<device_outcome> *all)
 	free_applied_plan(&applied);
 }
 
+static const char *get_colon(const device_outcome *it)
+{
+	return *it->text ? ": " : "";
+}
+
+static void tell_failure(const device_outcome *it)
+{
+	const outcome_row *row = &OUTCOMES[it->outcome];
+	if (!row->is_as_asked)
+		qos_warn("%s: %s%s%s", it->device, row->sentence, get_colon(it), it->text);
+}
+
 static void print_outcome(const device_outcome *it, bool is_served)
 {
 	const outcome_row *row = &OUTCOMES[it->outcome];
-	const char *colon = *it->text ? ": " : "";
 	bool is_left = it->outcome == WAITING && !is_served;
 	if (!row->is_as_asked)
-		qos_warn("%s: %s%s%s", it->device, row->sentence, colon, it->text);
+		tell_failure(it);
 	else if (is_left)
 		printf("%s: not there\n", it->device);
 	else
-		printf("%s: %s%s%s\n", it->device, row->sentence, colon, it->text);
+		printf("%s: %s%s%s\n", it->device, row->sentence, get_colon(it),
+		       it->text);
 	if (is_left)
 		qos_warn("%s: qosd is not running: when the device comes, apply again", it->device);
 }
@@ -186,8 +198,11 @@ static void print_device(const device_outcome *it, const device *of)
 	json_close(stdout, '}');
 }
 
+/* What went wrong goes to standard error too, as in every answer. */
 static void print_json(const list<device_outcome> *all)
 {
+	for (const device_outcome &it : *all)
+		tell_failure(&it);
 	applied_plan applied;
 	read_applied_plan(&applied);
 	json_begin(stdout);

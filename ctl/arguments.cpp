@@ -155,6 +155,7 @@ static constexpr option_row OPTIONS[] = {
 	  "from this time on: 2026-11-21T18:00, now, @SECONDS" },
 	{ "--days", "N", of(WEEK), nullptr, &options::days, nullptr, 366,
 	  "so many days, 1 to 366; else 7" },
+	{ "--quick", nullptr, of(CHECK), nullptr, nullptr, &options::quick, 0, nullptr },
 	{ "--again", nullptr, of(APPLY), nullptr, nullptr, &options::again, 0, nullptr },
 	{ "--boot", nullptr, of(APPLY), nullptr, nullptr, &options::boot, 0, nullptr },
 	{ "--last-good", nullptr, of(APPLY), nullptr, nullptr, &options::last_good, 0, nullptr },

@@ -19,7 +19,7 @@ static void write_time(char when[WHEN_SIZE], time_t at)
 		snprintf(when, WHEN_SIZE, "@%lld", static_cast<long long>(at));
 }
 
-static bool is_later(const struct timespec *one, const struct timespec *other)
+bool is_later(const struct timespec *one, const struct timespec *other)
 {
 	return one->tv_sec != other->tv_sec ? one->tv_sec > other->tv_sec
 					    : one->tv_nsec > other->tv_nsec;

@@ -51,6 +51,8 @@ bool take_back(const script_folders *of);
 
 /* --- running it: compile_run.cpp --- */
 
+const char TRACE_FILE[] = "/run/qos/compile.trace"; // what the last one printed
+
 struct compile_run {
 	int status;   // as of wait
 	char *told;   // a line each, what was left out and why; never null, the caller's to free
@@ -87,5 +89,7 @@ bool make_folders(const char *path);
 
 /* Adds what is wrong with the last compile, and that stores are newer than their scripts. */
 void check_compile(plan *it, const script_set *set, const options *given);
+
+bool is_later(const struct timespec *one, const struct timespec *other);
 
 #endif

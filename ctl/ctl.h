@@ -33,7 +33,7 @@ struct options {
 	long confirm;        // --confirm SECS
 	bool json, openmetrics, watch, force, difference, fragment;
 	// what qosd asks for
-	bool again, boot, last_good;
+	bool again, boot, last_good, quick;
 	const char *operand; // N, FILE
 };
 

@@ -127,7 +127,7 @@ static void start_work(daemon_state *it, int64_t now)
 
 static void do_work(daemon_state *it, int64_t now)
 {
-	end_errand(&it->own, now);
+	end_errand(&it->own, &it->asked.known, now);
 	end_questions(&it->asked, now);
 	if (it->end_at == NEVER)
 		start_work(it, now);
@@ -191,7 +191,8 @@ static bool open_all(daemon_state *it, const settings *given)
 	}
 	open_errands(&it->own, given->qosctl);
 	read_applied(&it->known);
-	return open_control(&it->asked, given->qosctl, given->group, &it->rates);
+	return open_control(&it->asked, given->qosctl, given->group, &it->rates,
+			    &it->known);
 }
 
 static int serve(const settings *given)

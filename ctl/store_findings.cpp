@@ -241,10 +241,10 @@ static void check_mark(const stores *in, const char *id)
 		return;
 	if (is_marked)
 		add_finding(&in->to->findings, WARNING, FILTER_UNUSED, "", id, "filter", 0,
-			    "Name the filter in a class, which sets its mark right, or delete it and "
-			    "save it anew.",
-			    "The filter %s is marked as in use, but no class and no band names it, "
-			    "and none can: the class pages do not offer it.",
+			    "Take it on the page of a band, whose save sets the mark right, or delete "
+			    "it and save it anew.",
+			    "The filter %s is marked as in use, but no class and no band names it: the "
+			    "class pages do not offer it.",
 			    id);
 	else
 		add_finding(&in->to->findings, WARNING, FILTER_MARK, "", id, "filter", 0,

@@ -14,7 +14,6 @@
 
 #include "kernel.h"
 
-const char BEFORE_FILE[] = "/run/qos/before";
 const char OPEN_FILE[] = "/run/qos/open";
 const char FORMER_FILE[] = "/run/qos/former";
 const char GOOD_FILE[] = "/var/lib/qos/good";

@@ -90,6 +90,7 @@ bool probe_kernel(kernel_part parts[], size_t count, size_t *found);
 const char RUN_DIR[] = "/run/qos/";
 const char STATE_DIR[] = "/var/lib/qos/";
 const char APPLIED_FILE[] = "/run/qos/applied";
+const char BEFORE_FILE[] = "/run/qos/before";
 
 /* A set of scripts as it was applied, in one file that is replaced as a whole:
  *     /run/qos/applied      what runs, or waits for its device

@@ -46,14 +46,14 @@ int get_exit_status(const child *of)
 	return WIFEXITED(of->status) ? WEXITSTATUS(of->status) : EXIT_FAILED;
 }
 
-static void begin(FILE *to, int exit_status, const char *told)
+void begin_answer(FILE *to, int exit_status, const char *told)
 {
 	json_begin(to);
 	json_signed(to, "exit", exit_status);
 	json_text(to, "told", told);
 }
 
-static void end_without_devices(FILE *to)
+void end_answer(FILE *to)
 {
 	json_open(to, "devices", '[');
 	json_close(to, ']');
@@ -65,8 +65,8 @@ int make_short_answer(int exit_status, const char *told)
 	answer it;
 	if (!open_answer(&it))
 		return -1;
-	begin(it.stream, exit_status, told);
-	end_without_devices(it.stream);
+	begin_answer(it.stream, exit_status, told);
+	end_answer(it.stream);
 	return close_answer(&it);
 }
 
@@ -119,7 +119,7 @@ static int write_answer(const child *of, const question_verb *asked, const view 
 		return -1;
 	if (errors->size > 0 && errors->text[errors->size - 1] == '\n')
 		errors->text[errors->size - 1] = '\0';
-	begin(it.stream, get_exit_status(of), errors->text);
+	begin_answer(it.stream, get_exit_status(of), errors->text);
 	write_output(it.stream, output, asked);
 	return close_answer(&it);
 }

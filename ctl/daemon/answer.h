@@ -26,6 +26,10 @@ struct answer {
 };
 bool open_answer(answer *it);
 
+/* The members that every answer begins with; and the end of one that tells of no device. */
+void begin_answer(FILE *to, int exit_status, const char *told);
+void end_answer(FILE *to);
+
 /* Closes the stream. Returns the file; -1 with errno set where it does not hold all. */
 int close_answer(answer *it);
 

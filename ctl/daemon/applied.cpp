@@ -6,6 +6,7 @@
 #include <stdio.h>
 #include <string.h>
 
+#include "../../store/fingerprint.h"
 #include "log.h"
 
 static void take_names(applied *to, const script_set *from)
@@ -16,13 +17,36 @@ static void take_names(applied *to, const script_set *from)
 	}
 }
 
+uint64_t get_scripts_print(const script_set *of)
+{
+	uint64_t sum = 0;
+	for (const script_text &script : *of) {
+		uint64_t print = add_text(FINGERPRINT_START, script.name);
+		sum += add_bytes(print, text(script.bytes), script.size);
+	}
+	return sum;
+}
+
+static void read_before(applied *it)
+{
+	record from;
+	bool is_read = read_record(&from, BEFORE_FILE);
+	it->before = is_read ? from.when : 0;
+	it->is_before_nothing = is_read && from.scripts.count == 0;
+	if (is_read)
+		free_record(&from);
+}
+
 void read_applied(applied *it)
 {
 	record from;
+	read_before(it);
 	free_applied(it);
 	if (read_record(&from, APPLIED_FILE)) {
 		it->is_there = true;
 		take_names(it, &from.scripts);
+		it->when = from.when;
+		it->print = get_scripts_print(&from.scripts);
 		it->made = from.made;
 		from.made = {};
 		free_record(&from);
@@ -37,6 +61,8 @@ void free_applied(applied *it)
 	free_list(&it->made);
 	free_list(&it->asked);
 	it->is_there = false;
+	it->when = 0;
+	it->print = 0;
 }
 
 bool is_asked_for(const applied *it, const char *device)

@@ -11,10 +11,17 @@ struct device_name {
 
 struct applied {
 	bool is_there;           // a record, though it may be one that cannot be read
+	time_t when;             // it was made; 0 where it cannot be read
+	time_t before;           // the one that undo brings back was made; 0 for none
+	bool is_before_nothing;  // what undo brings back shapes nothing
+	uint64_t print;          // of its scripts (get_scripts_print), 0 as well
 	list<made_device> made;  // devices that we shape
 	list<device_name> asked; // what is asked for: names of scripts that are short enough for a
 	                         // device, in no case fewer than there are devices
 };
+
+/* A fingerprint of names and texts, whatever their order; 0 of none. */
+uint64_t get_scripts_print(const script_set *of);
 
 /* Reads the record anew. free_applied releases what is in it. */
 void read_applied(applied *it);

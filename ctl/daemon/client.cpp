@@ -13,6 +13,7 @@
 #include "clock.h"
 #include "log.h"
 #include "rates.h"
+#include "trace.h"
 
 static const int64_t ASKING_TIME = 2 * SECOND;   // for the whole line, which a program writes
 static const int64_t TAKING_TIME = 10 * SECOND;  // for some of the answer
@@ -166,14 +167,25 @@ static void answer_or_leave(client *it, int file, int64_t now)
 	it->until = now;
 }
 
-void start_question(client *it, const char *program, const samples *rates, int64_t now)
+/* The state is asked for by every page. */
+static int get_priority(const question_verb *asked)
+{
+	if (asked->changes)
+		return LOG_NOTICE;
+	return asked->by == BY_STANDING ? LOG_DEBUG : LOG_INFO;
+}
+
+void start_question(client *it, const char *program, const samples *rates, standing *known,
+		    int64_t now)
 {
 	const question_verb *verb = it->asked.verb;
 	const char *arguments[ARGUMENTS_MAX];
-	log_line(verb->changes ? LOG_NOTICE : LOG_INFO, "user %u asks: %s", it->user, verb->word);
-	if (verb->is_own) {
-		answer_or_leave(it, make_history(rates, &it->asked), now);
-		return;
+	log_line(get_priority(verb), "user %u asks: %s", it->user, verb->word);
+	switch (verb->by) {
+	case BY_SAMPLES: answer_or_leave(it, make_history(rates, &it->asked), now); return;
+	case BY_STANDING: answer_or_leave(it, make_state(known), now); return;
+	case BY_TRACE: answer_or_leave(it, make_trace(), now); return;
+	case BY_QOSCTL: break;
 	}
 	make_arguments(arguments, &it->asked, program);
 	it->state = CLIENT_RUNS;
@@ -184,7 +196,7 @@ void start_question(client *it, const char *program, const samples *rates, int64
 	answer_or_leave(it, make_short_answer(EXIT_FAILED, "qosctl cannot be started"), now);
 }
 
-static bool end_child(client *it, int64_t now)
+static bool end_child(client *it, standing *known, int64_t now)
 {
 	if (now >= it->run.until) {
 		kill_child(&it->run);
@@ -193,18 +205,20 @@ static bool end_child(client *it, int64_t now)
 	if (!has_ended(&it->run))
 		return true;
 	it->run.pid = 0;
-	if (it->asked.verb->changes)
+	if (it->asked.verb->changes) {
 		log_line(LOG_NOTICE, "%s of user %u: status %d", it->asked.verb->word, it->user,
 			 get_exit_status(&it->run));
+		note_end(known, it->asked.verb, &it->run);
+	}
 	int file = it->fd < 0 ? -1 : make_child_answer(&it->run, it->asked.verb);
 	release_child(&it->run);
 	return it->fd >= 0 && answer_with(it, file, now);
 }
 
-bool end_question(client *it, int64_t now)
+bool end_question(client *it, standing *known, int64_t now)
 {
 	if (it->state == CLIENT_RUNS && it->run.pid > 0)
-		return end_child(it, now);
+		return end_child(it, known, now);
 	return now < it->until;
 }
 

@@ -8,6 +8,7 @@
 #include "child.h"
 #include "question.h"
 #include "samples.h"
+#include "standing.h"
 
 enum client_state { CLIENT_ASKS, CLIENT_WAITS, CLIENT_RUNS, CLIENT_TAKES };
 
@@ -39,10 +40,11 @@ struct pollfd watch_client(const client *it); // null for nobody: nothing to pol
 
 /* Each returns false when the client is to be closed. */
 bool serve_client(client *it, short events, unsigned long *turn, int64_t now);
-bool end_question(client *it, int64_t now);
+bool end_question(client *it, standing *known, int64_t now);
 
 /* Has the question of one who waits answered. */
-void start_question(client *it, const char *program, const samples *rates, int64_t now);
+void start_question(client *it, const char *program, const samples *rates, standing *known,
+		    int64_t now);
 
 int64_t get_client_time(const client *it);
 

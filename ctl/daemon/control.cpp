@@ -11,12 +11,12 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include "../../history/control.h"
 #include "../ctl.h"
 #include "client.h"
 #include "clock.h"
 #include "log.h"
 
-static const char CONTROL_FILE[] = "/run/qos/control";
 static const mode_t CONTROL_MODE = 0660;
 static const int BACKLOG = 128;  // who waits to connect
 static const int64_t ACCEPT_PAUSE = 1 * SECOND;
@@ -55,29 +55,31 @@ static bool bind_socket(int fd, const char *group)
 {
 	struct sockaddr_un address = {};
 	address.sun_family = AF_UNIX;
-	strcpy(address.sun_path, CONTROL_FILE);
+	strcpy(address.sun_path, CONTROL_SOCKET);
 	gid_t owner = NO_GROUP;
 	if (group && *group && !find_group(&owner, group))
 		log_line(LOG_ERR, "there is no group %s: only root can ask", group);
-	if (unlink(CONTROL_FILE) != 0 && errno != ENOENT)
+	if (unlink(CONTROL_SOCKET) != 0 && errno != ENOENT)
 		return false;
 	mode_t mask = umask(0177);
 	bool is_bound = bind(fd, reinterpret_cast<sockaddr *>(&address), sizeof(address)) == 0;
 	umask(mask);
-	return is_bound && (owner == NO_GROUP || lchown(CONTROL_FILE, NO_GROUP, owner) == 0) &&
-	       chmod(CONTROL_FILE, CONTROL_MODE) == 0 && listen(fd, BACKLOG) == 0;
+	return is_bound && (owner == NO_GROUP || lchown(CONTROL_SOCKET, NO_GROUP, owner) == 0) &&
+	       chmod(CONTROL_SOCKET, CONTROL_MODE) == 0 && listen(fd, BACKLOG) == 0;
 }
 
-bool open_control(control *it, const char *program, const char *group, const samples *rates)
+bool open_control(control *it, const char *program, const char *group, const samples *rates,
+		  const applied *known)
 {
 	*it = {};
 	it->accept_at = NEVER;
 	it->program = program;
 	it->rates = rates;
+	open_standing(&it->known, known);
 	it->listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
 	if (it->listener >= 0 && bind_socket(it->listener, group))
 		return true;
-	log_line(LOG_ERR, "%s cannot be opened: %s", CONTROL_FILE, strerror(errno));
+	log_line(LOG_ERR, "%s cannot be opened: %s", CONTROL_SOCKET, strerror(errno));
 	return false;
 }
 
@@ -108,7 +110,7 @@ static void accept_clients(control *it, int64_t now)
 
 void close_control(control *it)
 {
-	unlink(CONTROL_FILE);
+	unlink(CONTROL_SOCKET);
 	close(it->listener);
 	it->listener = -1;
 	for (size_t i = 0; i < CLIENTS_MAX; i++) {
@@ -149,7 +151,7 @@ void end_questions(control *it, int64_t now)
 	if (now >= it->accept_at)
 		it->accept_at = NEVER;
 	for (size_t i = 0; i < CLIENTS_MAX; i++) {
-		if (it->clients[i] && !end_question(it->clients[i], now))
+		if (it->clients[i] && !end_question(it->clients[i], &it->known, now))
 			forget_client(it, i);
 	}
 }
@@ -203,6 +205,16 @@ bool is_confirming(const control *it)
 	return false;
 }
 
+/* The verb that a client has something changed by now; null for none. */
+static const char *find_changing(const control *it)
+{
+	for (const client *one : it->clients) {
+		if (one && is_changing_now(one))
+			return one->asked.verb->word;
+	}
+	return nullptr;
+}
+
 static size_t count_readers(const control *it)
 {
 	size_t count = 0;
@@ -222,7 +234,8 @@ static client *find_next(control *it, bool may_change)
 		if (!is_waiting(one))
 			continue;
 		bool changes = one->asked.verb->changes;
-		if (!(changes ? may_change : may_read) ||
+		bool may_start = changes ? may_change : may_read || one->asked.verb->by != BY_QOSCTL;
+		if (!may_start ||
 		    (changes && must_confirm && !is_confirmation(one)))
 			continue;
 		if (!next || one->turn < next->turn)
@@ -234,6 +247,8 @@ static client *find_next(control *it, bool may_change)
 void start_questions(control *it, bool may_change, int64_t now)
 {
 	client *next;
-	while ((next = find_next(it, may_change && !is_changing(it))))
-		start_question(next, it->program, it->rates, now);
+	while ((next = find_next(it, may_change && !is_changing(it)))) {
+		it->known.changing = find_changing(it);
+		start_question(next, it->program, it->rates, &it->known, now);
+	}
 }

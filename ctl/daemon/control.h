@@ -8,6 +8,7 @@
 #include "child.h"
 #include "question.h"
 #include "samples.h"
+#include "standing.h"
 
 const size_t CLIENTS_MAX = 32; // more wait until they can connect
 const size_t CONTROL_POLLS = 1 + CLIENTS_MAX;
@@ -17,6 +18,7 @@ struct client;
 struct control {
 	const char *program; // qosctl
 	const samples *rates;
+	standing known;
 	int listener;
 	int64_t accept_at;   // by get_clock: not before, for want of descriptors; NEVER: at once
 	unsigned long turn;  // of the next who waits
@@ -24,7 +26,8 @@ struct control {
 };
 
 /* Listens. group is a name or a number; null or "" for none but root. False, told. */
-bool open_control(control *it, const char *program, const char *group, const samples *rates);
+bool open_control(control *it, const char *program, const char *group, const samples *rates,
+		  const applied *known);
 
 /* Nobody can ask any more; what only reads is ended, what changes something goes on. */
 void close_control(control *it);

@@ -174,7 +174,7 @@ static void plan_retry(errands *it, int status, int64_t now)
 		it->retry_at = now + LONG_PAUSE;
 }
 
-void end_errand(errands *it, int64_t now)
+void end_errand(errands *it, standing *known, int64_t now)
 {
 	if (it->running == ERRAND_NONE)
 		return;
@@ -186,10 +186,13 @@ void end_errand(errands *it, int64_t now)
 	if (!has_ended(&it->run))
 		return;
 	log_end(it->running, &it->run);
-	if (it->running != ERRAND_LAST_GOOD)
-		plan_retry(it, it->run.status, now);
-	release_child(&it->run);
+	note_errand_end(known, &it->run);
 	errand done = it->running;
+	if (done != ERRAND_LAST_GOOD)
+		plan_retry(it, it->run.status, now);
+	else if (!read_confirmation().is_open)
+		note_unconfirmed(known);
+	release_child(&it->run);
 	it->running = ERRAND_NONE;
 	it->has_started = true;
 	if (done == ERRAND_LAST_GOOD && read_confirmation().is_open)

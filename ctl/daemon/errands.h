@@ -5,6 +5,7 @@
 
 #include "applied.h"
 #include "child.h"
+#include "standing.h"
 
 enum errand { ERRAND_NONE, ERRAND_START, ERRAND_AGAIN, ERRAND_LAST_GOOD };
 
@@ -40,6 +41,6 @@ bool is_on_errand(const errands *it);
 bool is_good_due(const errands *it, int64_t now);
 
 /* Ends an errand that is done or that took too long. */
-void end_errand(errands *it, int64_t now);
+void end_errand(errands *it, standing *known, int64_t now);
 
 #endif

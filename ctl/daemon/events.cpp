@@ -132,7 +132,7 @@ int open_files(void)
 
 static void note_name(files_changed *to, const char *name)
 {
-	if (strcmp(name, "applied") == 0)
+	if (strcmp(name, "applied") == 0 || strcmp(name, "before") == 0)
 		to->applied = true;
 	else if (strcmp(name, "confirm") == 0)
 		to->confirmation = true;

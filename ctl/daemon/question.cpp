@@ -33,6 +33,7 @@ static constexpr key_row KEYS[] = {
 	{ "fragment", "--fragment", nullptr, 0 },
 	{ "difference", "--difference", nullptr, 0 },
 	{ "force", "--force", nullptr, 0 },
+	{ "quick", "--quick", nullptr, 0 },
 };
 static_assert(sizeof(KEYS) / sizeof(KEYS[0]) == QUESTION_KEYS, "a row a key, in their order");
 
@@ -49,17 +50,19 @@ static const unsigned PACKET = of(KEY_DEVICE) | of(KEY_PROTO) | of(KEY_SRC) | of
 static const unsigned WEEK = of(KEY_DEVICE) | of(KEY_CLASS) | of(KEY_FROM) | of(KEY_DAYS);
 
 static constexpr question_verb VERBS[] = {
-	{ "compile", of(KEY_FORCE), true, false, false },
-	{ "check", of(KEY_DEVICE), false, true, false },
-	{ "plan", of(KEY_DEVICE) | of(KEY_AT) | of(KEY_DIFFERENCE), false, false, false },
-	{ "diff", of(KEY_DEVICE), false, true, false },
-	{ "apply", of(KEY_DEVICE) | of(KEY_CONFIRM), true, true, false },
-	{ "confirm", 0, true, true, false },
-	{ "undo", of(KEY_DEVICE), true, true, false },
-	{ "status", of(KEY_DEVICE), false, true, false },
-	{ "history", of(KEY_DEVICE) | of(KEY_CLASS) | of(KEY_SPAN), false, true, true },
-	{ "explain", PACKET, false, true, false },
-	{ "week", WEEK, false, true, false },
+	{ "compile", of(KEY_FORCE), true, false, BY_QOSCTL },
+	{ "check", of(KEY_DEVICE) | of(KEY_QUICK), false, true, BY_QOSCTL },
+	{ "plan", of(KEY_DEVICE) | of(KEY_AT) | of(KEY_DIFFERENCE), false, false, BY_QOSCTL },
+	{ "diff", of(KEY_DEVICE), false, true, BY_QOSCTL },
+	{ "apply", of(KEY_DEVICE) | of(KEY_CONFIRM), true, true, BY_QOSCTL },
+	{ "confirm", 0, true, true, BY_QOSCTL },
+	{ "undo", of(KEY_DEVICE), true, true, BY_QOSCTL },
+	{ "status", of(KEY_DEVICE), false, true, BY_QOSCTL },
+	{ "history", of(KEY_DEVICE) | of(KEY_CLASS) | of(KEY_SPAN), false, true, BY_SAMPLES },
+	{ "explain", PACKET, false, true, BY_QOSCTL },
+	{ "week", WEEK, false, true, BY_QOSCTL },
+	{ "state", 0, false, true, BY_STANDING },
+	{ "trace", 0, false, false, BY_TRACE },
 };
 
 /* --- reading --- */
@@ -126,7 +129,8 @@ bool read_question(question *it, char *line, size_t size, char why[REASON_SIZE])
 	it->verb = word ? find_verb(word) : nullptr;
 	if (!it->verb) {
 		snprintf(why, REASON_SIZE, "a line begins with compile, check, plan, diff, apply, "
-					   "confirm, undo, status, history, explain or week");
+					   "confirm, undo, status, history, explain, "
+					   "week, state or trace");
 		return false;
 	}
 	while ((word = strtok_r(nullptr, BLANKS, &rest))) {

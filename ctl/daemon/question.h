@@ -7,15 +7,20 @@
 enum question_key {
 	KEY_DEVICE, KEY_CLASS, KEY_AT, KEY_FROM, KEY_DAYS, KEY_CONFIRM, KEY_PROTO, KEY_SRC, KEY_DST,
 	KEY_TOS, KEY_SPAN, KEY_FRAGMENT, KEY_DIFFERENCE, KEY_FORCE,
+	KEY_QUICK,
 };
-const int QUESTION_KEYS = KEY_FORCE + 1;
+const int QUESTION_KEYS = KEY_QUICK + 1;
+
+/* Who answers: a child, or the daemon at once, from its samples, from what it knows or from the trace
+ * that a compile left. */
+enum answered_by { BY_QOSCTL, BY_SAMPLES, BY_STANDING, BY_TRACE };
 
 struct question_verb {
 	const char *word;  // that of qosctl, too
 	unsigned keys;     // bits of question_key
 	bool changes;      // something: one at a time
 	bool answers_json; // else text
-	bool is_own;       // answered by the daemon from its samples
+	answered_by by;
 };
 
 struct question {

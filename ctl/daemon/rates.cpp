@@ -39,7 +39,8 @@ struct span_word {
 };
 
 static const span_word SPAN_WORDS[] = {
-	{ "hour", SPAN_HOUR },
+	{ "hour", SPAN_HOUR }, // where none is named
+	{ "now", SPAN_NOW },
 	{ "day", SPAN_DAY },
 	{ "week", SPAN_WEEK },
 };
@@ -141,13 +142,26 @@ static void write_samples(FILE *to, const samples *from, const sampled_class *it
 	json_close(to, ']');
 }
 
-static void write_class(FILE *to, const samples *from, const told_class *it, sample_span span)
+/* What is lost and what waits, as the kernel has it now. */
+static void write_losses(FILE *to, const list<class_counters> *counters, unsigned minor)
+{
+	for (const class_counters &row : *counters) {
+		if (row.minor != minor)
+			continue;
+		json_number(to, "dropped", row.dropped);
+		json_number(to, "backlog_bytes", row.backlog);
+	}
+}
+
+static void write_class(FILE *to, const samples *from, const told_class *it, sample_span span,
+			const list<class_counters> *counters)
 {
 	json_open(to, nullptr, '{');
 	json_text(to, "id", it->id[0] ? it->id : nullptr);
 	write_classid(to, "classid", it->of->major, it->of->minor);
 	write_parent(to, it);
 	write_samples(to, from, it->of, span);
+	write_losses(to, counters, it->of->minor);
 	json_close(to, '}');
 }
 
@@ -194,6 +208,8 @@ static void write_devices(FILE *to, const samples *from, const list<told_class> 
 			  sample_span span)
 {
 	const char *device = nullptr;
+	list<class_counters> counters = {};
+	uint64_t direct;
 	for (const told_class &it : *told) {
 		if (!device || strcmp(device, it.of->device) != 0) {
 			if (device) {
@@ -201,13 +217,17 @@ static void write_devices(FILE *to, const samples *from, const list<told_class> 
 				json_close(to, '}');
 			}
 			device = it.of->device;
+			free_list(&counters);
+			if (span == SPAN_NOW)
+				read_counters(&counters, &direct, device);
 			json_open(to, nullptr, '{');
 			json_text(to, "device", device);
 			json_text(to, "discipline", it.of->major == SPQ_MAJOR ? "spq" : "htb");
 			json_open(to, "classes", '[');
 		}
-		write_class(to, from, &it, span);
+		write_class(to, from, &it, span, &counters);
 	}
+	free_list(&counters);
 	if (device) {
 		json_close(to, ']');
 		json_close(to, '}');
@@ -218,7 +238,7 @@ int make_history(const samples *from, const question *asked)
 {
 	sample_span span;
 	if (!find_span(&span, asked->values[KEY_SPAN]))
-		return make_short_answer(EXIT_USAGE, "span= is hour, day or week");
+		return make_short_answer(EXIT_USAGE, "span= is now, hour, day or week");
 	answer it;
 	if (!open_answer(&it))
 		return -1;

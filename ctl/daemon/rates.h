@@ -15,7 +15,9 @@ void read_rates(samples *to, const applied *from, int64_t now);
  *
  * Each class has "id" and "parent" (null where the record does not say), "classid", "from", the
  * time of its first sample, "step", the seconds of one, and "rate", the samples in bit/s, oldest
- * first, null for a gap; what is before the first that is known is left out. */
+ * first, null for a gap; what is before the first that is known is left out. Of the span now, which
+ * is the last sample of the hour, also "dropped" packets and "backlog_bytes", as the kernel has
+ * them. */
 int make_history(const samples *from, const question *asked);
 
 #endif

@@ -213,9 +213,15 @@ void end_reading(samples *it)
 
 /* --- what is known --- */
 
+static bool is_fine(sample_span span)
+{
+	return span == SPAN_NOW || span == SPAN_HOUR;
+}
+
 int count_samples(sample_span span)
 {
 	switch (span) {
+	case SPAN_NOW: return 1;
 	case SPAN_HOUR: return FINE_COUNT;
 	case SPAN_DAY: return DAY_COUNT;
 	case SPAN_WEEK: return COARSE_COUNT - 1; // the place of the last one is being filled
@@ -225,20 +231,20 @@ int count_samples(sample_span span)
 
 int get_sample_seconds(sample_span span)
 {
-	return span == SPAN_HOUR ? FINE_SECONDS : COARSE_SECONDS;
+	return is_fine(span) ? FINE_SECONDS : COARSE_SECONDS;
 }
 
 int64_t get_sample(const samples *it, const sampled_class *of, sample_span span, int index)
 {
 	int64_t age = count_samples(span) - 1 - index;
-	int64_t at = span == SPAN_HOUR ? it->tick - age : get_period(it->tick) - 1 - age;
+	int64_t at = is_fine(span) ? it->tick - age : get_period(it->tick) - 1 - age;
 	if (at < 0)
 		return NO_RATE_KNOWN;
-	return unpack_rate(span == SPAN_HOUR ? of->fine[at % FINE_COUNT]
+	return unpack_rate(is_fine(span) ? of->fine[at % FINE_COUNT]
 					     : of->coarse[at % COARSE_COUNT]);
 }
 
 int64_t get_span_end(const samples *it, sample_span span)
 {
-	return span == SPAN_HOUR ? it->now : get_period(it->tick) * COARSE_SECONDS * SECOND;
+	return is_fine(span) ? it->now : get_period(it->tick) * COARSE_SECONDS * SECOND;
 }

@@ -44,7 +44,7 @@ void begin_reading(samples *it, int64_t now);
 void add_reading(samples *it, const char *device, unsigned major, unsigned minor, uint64_t bytes);
 void end_reading(samples *it);
 
-enum sample_span { SPAN_HOUR, SPAN_DAY, SPAN_WEEK };
+enum sample_span { SPAN_NOW, SPAN_HOUR, SPAN_DAY, SPAN_WEEK }; // now: the last of the hour
 
 /* How many samples a span has, and how many seconds one is of. */
 int count_samples(sample_span span);

@@ -9,8 +9,8 @@
 #include "../../ctl/daemon/clock.h"
 #include "../support/router_files.h"
 
-static const question_verb IN_JSON = { "status", 0, false, true, false };
-static const question_verb IN_TEXT = { "plan", 0, false, false, false };
+static const question_verb IN_JSON = { "status", 0, false, true, BY_QOSCTL };
+static const question_verb IN_TEXT = { "plan", 0, false, false, BY_QOSCTL };
 
 static std::string content_of(int fd)
 {

@@ -98,8 +98,6 @@ TEST(diff, each_value_that_is_not_compiled_yet_is_told_once)
 		  "\"pfifo limit 30\"" },
 		{ "class", "[web]\nPARENT_ID=root", "[web]\nPARENT_ID=voice", "\"web\"", "parent",
 		  "\"voice\"", "\"root\"" },
-		{ "class", "DOW00=0\n", "", "\"web\"", "schedule",
-		  "\"123456/08-08;1000000\"", "\"0123456/08-08;1000000\"" },
 		{ "policy", "R2Q=10", "R2Q=20", "null", "r2q", "20", "10" },
 		{ "policy", "DEFAULT_CLASS=rest", "DEFAULT_CLASS=web", "null", "default", "\"web\"",
 		  "\"rest\"" },
@@ -110,6 +108,22 @@ TEST(diff, each_value_that_is_not_compiled_yet_is_told_once)
 		EXPECT_EQ(answer(EXIT_FINDINGS),
 			  "[" + row("\"eth0\"", it.id, it.what, it.store, it.scripts) + "]}\n");
 	}
+}
+
+/* A day that is days away: what holds at this hour stays the same. */
+TEST(diff, a_day_that_is_not_compiled_yet_is_told_once)
+{
+	const time_t away = time(nullptr) + 3 * 24 * 3600;
+	tm wall;
+	ASSERT_NE(localtime_r(&away, &wall), nullptr);
+	const std::string day = std::to_string(wall.tm_wday);
+	std::string others = "0123456";
+	others.erase(others.find(day), 1);
+	compiled_router router;
+	router.change("class", "DOW" + day + "0=" + day + "\n", "");
+	EXPECT_EQ(answer(EXIT_FINDINGS),
+		  "[" + row("\"eth0\"", "\"web\"", "schedule", "\"" + others +
+			    "/08-08;1000000\"", "\"0123456/08-08;1000000\"") + "]}\n");
 }
 
 TEST(diff, a_class_is_missing_on_either_side)

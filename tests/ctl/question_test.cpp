@@ -38,6 +38,7 @@ TEST(question, becomes_the_words_of_qosctl)
 		{ "compile", "qosctl compile" },
 		{ "compile force", "qosctl compile --force" },
 		{ "check", "qosctl check --json" },
+		{ "check quick", "qosctl check --json --quick" },
 		{ "  check\tdevice=eth0.100 ", "qosctl check --json --device eth0.100" },
 		{ "plan difference", "qosctl plan --difference" },
 		{ "plan at=2026-11-21T18:00+01:00", "qosctl plan --at 2026-11-21T18:00+01:00" },
@@ -68,10 +69,21 @@ TEST(question, history_is_the_daemons_own)
 	question it;
 	char why[REASON_SIZE];
 	ASSERT_TRUE(read_question(&it, line, strlen(line), why));
-	EXPECT_TRUE(it.verb->is_own);
+	EXPECT_EQ(it.verb->by, BY_SAMPLES);
 	EXPECT_STREQ(it.values[KEY_CLASS], "1:10");
 	EXPECT_STREQ(it.values[KEY_SPAN], "week");
 	EXPECT_EQ(it.values[KEY_FROM], nullptr);
+}
+
+TEST(question, state_is_the_daemons_own_and_takes_no_words)
+{
+	char line[] = "state", with_word[] = "state device=eth0";
+	question it;
+	char why[REASON_SIZE];
+	ASSERT_TRUE(read_question(&it, line, strlen(line), why));
+	EXPECT_EQ(it.verb->by, BY_STANDING);
+	EXPECT_FALSE(it.verb->changes);
+	EXPECT_FALSE(read_question(&it, with_word, strlen(with_word), why));
 }
 
 TEST(question, a_line_that_is_none_is_refused_with_a_reason)

@@ -106,6 +106,7 @@ TEST(samples, the_first_reading_tells_no_rate)
 	it.send(MEGABIT, 1);
 	EXPECT_EQ(it.count_known(SPAN_HOUR), 1);
 	EXPECT_EQ(it.last(SPAN_HOUR), unpack_rate(pack_rate(MEGABIT)));
+	EXPECT_EQ(it.last(SPAN_NOW), it.last(SPAN_HOUR));
 }
 
 TEST(samples, the_last_of_an_hour_is_the_newest_and_the_oldest_goes)

@@ -1,6 +1,6 @@
 // What qosd waits for, and whom it answers meanwhile, with a qosctl that writes down how it is
 // called and does what a test wants:
-// qosd-waits start | retries | clients | turns | confirmation | slow | hours
+// qosd-waits start | retries | clients | turns | confirmation | slow | hours | state
 import fs from 'node:fs';
 import net from 'node:net';
 import { spawn, spawnSync } from 'node:child_process';
@@ -380,6 +380,7 @@ async function testConfirmation()
 	waitFor(-5);
 	it = await start();
 	await until('over while it was dead', () => callsOf('apply --last-good') === 3, 3);
+	await until('that is through', () => !fs.existsSync(CONFIRM));
 
 	// who asks to confirm in time is not overtaken, though an apply runs until it is over
 	does('apply', 'sleep 2\n');
@@ -447,6 +448,139 @@ async function testSlow()
 	is('too few are told', await (await start({}, [], 20)).ended, 1);
 }
 
+// How saved, compiled and running stand, without a child and while others are waited for.
+async function testState()
+{
+	const STORES = '/etc/conf/qos_config', SCRIPTS = '/etc/script/qos_config';
+	for (const folder of [STORES, SCRIPTS])
+		fs.mkdirSync(folder, { recursive: true });
+	const touch = (path, ago) => {
+		const at = Date.now() / 1000 - ago;
+		fs.utimesSync(path, at, at);
+	};
+	const it = await start();
+	await until('the boot apply', () => calls().length === 1);
+	let state = await question('state');
+	const empty = { qos: 1, exit: 0, told: '', running: [], changing: null, seconds_left: null,
+		applied: null, before: null, is_before_nothing: false, compiled: null,
+		compiled_at: null, is_stored_newer: false, is_compiled_newer: false, failed: null, devices: [] };
+	is('of an empty router', state, empty);
+	is('no child was started for it', calls(), ['apply --boot']);
+
+	fs.writeFileSync(`${STORES}/policy`, '[LAN1]\nQDISC=htb\n');
+	is('saved', (await question('state')).is_stored_newer, true);
+	fs.writeFileSync(`${SCRIPTS}/eth0`, 'QDISC=htb\n');
+	touch(`${STORES}/policy`, 60);
+	touch(`${SCRIPTS}/eth0`, 30);
+	state = await question('state');
+	is('compiled', [state.is_stored_newer, state.is_compiled_newer], [false, true]);
+	is('since when', state.compiled_at, Math.floor(fs.statSync(`${SCRIPTS}/eth0`).mtimeMs / 1000));
+	touch(`${STORES}/policy`, 10);
+	is('saved once more', (await question('state')).is_stored_newer, true);
+
+	// a compile that failed, by whoever it was, until scripts are newer
+	fs.mkdirSync('/var/lib/qos', { recursive: true });
+	const then = Math.floor(Date.now() / 1000) - 8;
+	fs.writeFileSync('/var/lib/qos/compiled', `qos-compiled 1\n0 ${then}\nno class fibre\n`);
+	state = await question('state');
+	is('a compile that failed', [state.failed?.verb, state.failed?.told], ['compile', 'no class fibre']);
+	touch(`${STORES}/policy`, 3);
+	is('may be mended by a save', (await question('state')).failed, null);
+	touch(`${STORES}/policy`, 60);
+	is('or not', (await question('state')).failed?.verb, 'compile');
+	touch(`${SCRIPTS}/eth0`, 0);
+	is('is over with newer scripts', (await question('state')).failed, null);
+
+	// what a client has done, and what it told, of which a part is kept
+	does('apply', `echo 'eth0: refused' >&2; yes | head -c 8000 >&2; exit 1\n`);
+	await question('apply');
+	state = await question('state');
+	is('what failed', state.failed?.verb, 'apply');
+	holds('what it told', state.failed?.told.startsWith('eth0: refused\ny\n'));
+	is('how much of it', state.failed?.told.length, 2047);
+	does('confirm', 'exit 1\n');
+	await question('confirm');
+	is('a confirmation that nothing waits for', (await question('state')).failed?.verb, 'apply');
+	does('undo', 'sleep 1\n');
+	for (let i = 0; i < 4; i++) {
+		does('plan', 'sleep 1\n');
+		hangUp('plan\n');
+	}
+	const long = question('undo');
+	await until('an undo runs', () => callsOf('undo --json') === 1);
+	const began = Date.now();
+	state = await question('state');
+	is('what changes something', state.changing, 'undo');
+	holds('it did not wait', Date.now() - began < 500);
+	await long;
+	state = await question('state');
+	is('done since', [state.failed, state.changing], [null, null]);
+
+	// what the daemon did by itself, which ends no failure of a client
+	fs.writeFileSync(RECORD, 'no record');
+	await sleep(0.1);
+	does('-again', 'echo no such queue >&2; exit 1\n');
+	it.kill('SIGHUP');
+	await until('it failed', () => it.told.includes('no such queue'));
+	is('an errand that failed', (await question('state')).failed?.told, 'no such queue');
+	const again = async () => {
+		does('-again', '');
+		forget();
+		it.kill('SIGHUP');
+		await until('it is done again', () => callsOf('apply --again') === 1);
+		await sleep(0.3);
+	};
+	await again();
+	is('one that is done', (await question('state')).failed, null);
+	await question('apply');
+	await again();
+	holds('a failure of a client stays', (await question('state')).failed?.told.startsWith('eth0: refused'));
+	await question('undo');
+	is('an end', (await question('state')).failed, null);
+
+	waitFor(30);
+	state = await question('state');
+	holds('a confirmation', state.seconds_left === 30 || state.seconds_left === 29);
+	fs.rmSync(CONFIRM);
+	is('is over', (await question('state')).seconds_left, null);
+
+	// one that did not come, until the next apply or a save, not by a compile
+	does('-last-good', 'rm /run/qos/confirm\n');
+	const runOut = async () => {
+		waitFor(0);
+		await until('the last good state came back', () => !fs.existsSync(CONFIRM));
+		await sleep(0.3);
+		({ failed: state.failed } = await question('state'));
+		is('nobody confirmed', [state.failed?.verb, state.failed?.told],
+			['confirm', 'nobody confirmed in time: what ran before runs again']);
+	};
+	await runOut();
+	does('compile', '');
+	await question('compile');
+	is('a compile is no answer', (await question('state')).failed?.verb, 'confirm');
+	does('apply', '');
+	await question('apply');
+	is('an apply is', (await question('state')).failed, null);
+	await runOut();
+	touch(`${STORES}/policy`, -2);
+	is('and so is a save', (await question('state')).failed, null);
+	touch(`${STORES}/policy`, 60);
+	for (let i = 0; i < 5000; i++)
+		fs.writeFileSync(`${SCRIPTS}/x${i}`, '');
+	const TRACE = '/run/qos/compile.trace', trace = async () => (await question('trace')).output;
+	is('no trace', await trace(), '');
+	fs.writeFileSync(TRACE, 'do_policy(4)\n"x"\n');
+	is('a trace', await trace(), 'do_policy(4)\n"x"\n');
+	fs.writeFileSync(TRACE, 'begin\n' + 'step\n'.repeat(9000));
+	is('the end of a long one', await trace(), 'step\n'.repeat(3276));
+	fs.rmSync(TRACE);
+	fs.symlinkSync('/etc/group', TRACE);
+	is('not what a link leads to', await trace(), '');
+	fs.rmSync(TRACE);
+	is('a folder of no compiler', (await question('state')).exit, 0);
+	is('SIGTERM ends it', await end(it), 0);
+}
+
 // Turns of a schedule, under a clock that is not the system's.
 async function testHours()
 {
@@ -469,6 +603,6 @@ async function testHours()
 }
 
 const PARTS = { start: testStart, retries: testRetries, clients: testClients, turns: testTurns,
-	confirmation: testConfirmation, slow: testSlow, hours: testHours };
+	confirmation: testConfirmation, slow: testSlow, hours: testHours, state: testState };
 await PARTS[process.argv[2]](fs.readFileSync(QOSD).includes('__asan_init'));
 finish();

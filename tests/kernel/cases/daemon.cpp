@@ -266,6 +266,14 @@ TEST_F(daemon, long_samples_a_hundred_classes_in_two_mebibytes)
 	EXPECT_LT(rate, 440000) << answer;
 	EXPECT_NE(answer.find("\"id\":\"rest\",\"classid\":\"1:1000\",\"parent\":\"1:2\""),
 		  std::string::npos) << answer;
+	const std::string at_once = ask("history span=now device=eth0 class=rest");
+	last = at_once.find("\"rate\":[");
+	ASSERT_NE(last, std::string::npos) << at_once;
+	EXPECT_EQ(at_once.find(',', last), at_once.find("],", last) + 1) << at_once; // one sample
+	rate = atof(at_once.c_str() + last + strlen("\"rate\":["));
+	EXPECT_GT(rate, 200000) << at_once;
+	EXPECT_LT(rate, 440000) << at_once;
+	EXPECT_NE(at_once.find("\"dropped\":0,\"backlog_bytes\":0"), std::string::npos) << at_once;
 	usleep(500000);
 	EXPECT_LT(resident(running.pid), 2048);
 }
