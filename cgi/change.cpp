@@ -20,6 +20,7 @@
 #include "capture.h"
 #include "conflict.h"
 #include "frame.h"
+#include "markup.h"
 #include "handlers.h"
 #include "marks.h"
 #include "mend.h"

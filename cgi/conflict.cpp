@@ -12,6 +12,7 @@
 #include "differences.h"
 #include "edit.h"
 #include "frame.h"
+#include "markup.h"
 #include "marks.h"
 #include "posted.h"
 

@@ -4,6 +4,7 @@
 #include <stdio.h>
 
 #include "frame.h"
+#include "markup.h"
 
 void print_entry_note(const entry *it)
 {

@@ -3,13 +3,14 @@
 
 #include <stdarg.h>
 #include <stdio.h>
-#include <string.h>
 
 #include <cgi.h>
 
 #include "../store/message.h"
+#include "bar.h"
 #include "capture.h"
-#include "pages.h"
+#include "change.h"
+#include "markup.h"
 
 static const size_t SENTENCE_SIZE = 1024; // bytes for a refusal's sentence
 static const char RECOVERY_NOTICE[] =
@@ -17,35 +18,6 @@ static const char RECOVERY_NOTICE[] =
 
 static char *held_headers; // set by hold_headers, printed by begin_page
 static bool recovered; // set by note_recovery, read by all that answer
-
-/* --- texts --- */
-
-void print_escaped(const char *text)
-{
-	for (; *text; text++) {
-		switch (*text) {
-		case '<': printf("&lt;"); break;
-		case '>': printf("&gt;"); break;
-		case '&': printf("&amp;"); break;
-		case '"': printf("&quot;"); break;
-		case '\'': printf("&#39;"); break;
-		default: putchar(*text);
-		}
-	}
-}
-
-void print_encoded(const char *text)
-{
-	for (; *text; text++) {
-		unsigned char c = static_cast<unsigned char>(*text);
-		bool plain = (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') ||
-			     (c >= 'a' && c <= 'z') || strchr("-._", c);
-		if (plain)
-			putchar(c);
-		else
-			printf("%%%02X", c);
-	}
-}
 
 /* --- headers --- */
 
@@ -88,54 +60,114 @@ void begin_json(void)
 
 /* --- pages --- */
 
+namespace {
+
+struct menu_row {
+	const char *title;
+	const char *request;
+};
+
+} // namespace
+
+/* In the order of enum menu_place. The fragments around the printed forms have the same menu. */
+static const menu_row MENU[] = {
+	{ "Overview", "obj=router&amp;type=overview" },
+	{ "Policies", "obj=policy&amp;type=list" },
+	{ "Classes", "obj=class&amp;type=list" },
+	{ "Bands", "obj=basic&amp;type=list" },
+	{ "Filters", "obj=filter&amp;type=list" },
+	{ "Ports", "obj=port&amp;type=list" },
+	{ "Addresses", "obj=ip&amp;type=list" },
+	{ "Apply", "obj=router&amp;type=apply" },
+	{ "Status", "obj=router&amp;type=curves" },
+	{ "Week", "obj=router&amp;type=week" },
+	{ "Explain", "obj=router&amp;type=explain" },
+	{ "History", "obj=router&amp;type=history" },
+};
+static_assert(sizeof(MENU) / sizeof(MENU[0]) == AT_NONE, "a row a place");
+
 static void print_head(const char *title)
 {
 	printf("<!DOCTYPE html>\n"
 	       "<html lang='en'>\n"
 	       "<head>\n"
 	       "<meta charset='utf-8'>\n"
-	       "<title>QoS: %s</title>\n"
+	       "<meta name='viewport' content='width=device-width, initial-scale=1'>\n"
+	       "<title>");
+	print_escaped(title);
+	printf(" - QoS</title>\n"
 	       "<link rel='icon' href='data:,'>\n"
 	       "<link rel='stylesheet' href='../../qos_config/html/qos.css'>\n"
+	       "<script src='../../qos_config/html/page.js'></script>\n"
 	       "</head>\n"
-	       "<body>\n",
-	       title);
+	       "<body>\n");
 }
 
-static void print_navigation(void)
+/* Who is logged in, so that nobody works under another's name. */
+static void print_login(void)
 {
-	printf("<p class='nav'>\n");
-	for (int i = 0; i < KINDS_COUNT; i++) {
-		if (PAGES[i].title)
-			printf("<a href='main.cgi?%s'>%s</a>\n", PAGES[i].home,
-			       PAGES[i].title);
+	char login[LOGIN_SIZE];
+	if (!get_login(login))
+		return;
+	printf("<span class='who'>");
+	print_escaped(login);
+	printf("</span>");
+}
+
+static void print_top(menu_place at)
+{
+	printf("<a class='skip' href='#m'>To the content</a>\n"
+	       "<header class='top'><b>QoS</b>"
+	       "<button class='menu small' type='button' aria-expanded='false'>Menu</button>"
+	       "<nav aria-label='Pages'><ul>\n");
+	for (int i = 0; i < AT_NONE; i++) {
+		printf("<li><a href='main.cgi?%s'%s>%s</a></li>\n", MENU[i].request,
+		       i == at ? " aria-current='page'" : "", MENU[i].title);
 	}
-	printf("<a href='main.cgi?obj=router&amp;type=history'>History</a>\n"
-	       "<a href='main.cgi?obj=router&amp;type=bundle&amp;action=offer'>Bundle</a>\n"
-	       "</p>\n");
+	printf("</ul></nav>");
+	print_login();
+	printf("</header>\n");
 }
 
 static void print_notice(void)
 {
 	if (recovered)
-		printf("<p>%s</p>\n", RECOVERY_NOTICE);
+		printf("<p class='msg warn'>%s</p>\n", RECOVERY_NOTICE);
 }
 
-void open_page(const char *title, const char *add)
+/* What is between the headers and the page's own heading. */
+static void print_frame(const char *title, menu_place at)
+{
+	print_head(title);
+	print_top(at);
+	print_bar();
+	printf("<main id='m'>\n");
+}
+
+void open_page(const char *title, menu_place at)
 {
 	begin_page();
-	print_head(title);
-	print_navigation();
-	printf("<h1>%s", title);
-	if (add)
-		printf(" <a href='main.cgi?%s'>new</a>", add);
-	printf("</h1>\n");
+	print_frame(title, at);
 	print_notice();
+}
+
+void open_heading(const char *text)
+{
+	printf("<div class='head'><h1>");
+	print_escaped(text);
+	printf("</h1>");
+}
+
+void print_heading(const char *text)
+{
+	open_heading(text);
+	printf("</div>\n");
 }
 
 void close_page(void)
 {
-	printf("</body>\n"
+	printf("</main>\n"
+	       "</body>\n"
 	       "</html>\n");
 }
 
@@ -143,9 +175,8 @@ void open_refusal(const char *status)
 {
 	printf("Status: %s\r\n", status);
 	begin_page();
-	print_head(status);
-	print_navigation();
-	printf("<h1>Nothing was changed</h1>\n");
+	print_frame(status, AT_NONE);
+	print_heading("Nothing was changed");
 	print_notice();
 }
 
@@ -179,33 +210,4 @@ int refuse(const char *status, const char *format, ...)
 	print_way_back();
 	close_page();
 	return 0;
-}
-
-/* Length of the character at bytes, 0 where it is not well formed UTF-8. */
-static size_t get_char_length(const unsigned char *bytes)
-{
-	size_t length = bytes[0] < 0x80 ? 1 : bytes[0] >> 5 == 6 ? 2 : bytes[0] >> 4 == 14 ? 3
-			: bytes[0] >> 3 == 30 ? 4 : 0;
-	for (size_t i = 1; i < length; i++) {
-		if (bytes[i] >> 6 != 2)
-			return 0;
-	}
-	return length;
-}
-
-void print_json_string(const char *text)
-{
-	putchar('"');
-	while (*text) {
-		unsigned char c = static_cast<unsigned char>(*text);
-		size_t length = get_char_length(reinterpret_cast<const unsigned char *>(text));
-		if (c < ' ' || strchr("\"\\<>&'", c) || c == 0x7F)
-			printf("\\u%04x", c);
-		else if (length == 0)
-			putchar('?');
-		else
-			fwrite(text, 1, length, stdout);
-		text += length ? length : 1;
-	}
-	putchar('"');
 }

@@ -1,5 +1,4 @@
-/* The frame of the pages that are not the module's own: headers, navigation, refusals, and texts
- * that mean nothing to the browser. */
+/* The frame of the pages that are not the module's own: headers, menu, refusals. */
 #ifndef CGI_FRAME_H
 #define CGI_FRAME_H
 
@@ -18,10 +17,25 @@ bool hold_headers(void);
 /* Prints the headers of an answer to the page script and the empty line. */
 void begin_json(void);
 
-/* Opens a page of the house's look, headers included: its title is also its heading. Where a request
- * is named (else null), the heading leads to the page that adds an object. */
-void open_page(const char *title, const char *add);
+/* The places that the menu leads to, in its order. */
+enum menu_place {
+	AT_OVERVIEW, AT_POLICIES, AT_CLASSES, AT_BANDS, AT_FILTERS, AT_PORTS, AT_ADDRESSES, AT_APPLY,
+	AT_STATUS, AT_WEEK, AT_EXPLAIN, AT_HISTORY, AT_NONE,
+};
+
+/* Opens a page of the house's look, headers included: the head with its title (which names what is
+ * shown, so that two tabs can be told apart; plain text), the link to the content, the top line with
+ * the router's name, the menu and the login, the apply bar, and main. The page's own heading
+ * comes first in main: print_heading, or its own. */
+void open_page(const char *title, menu_place at);
 void close_page(void);
+
+/* Prints "<div class='head'><h1>TEXT</h1>", which the caller may add a note or a button to as one
+ * more element before "</div>". */
+void open_heading(const char *text);
+
+/* The same closed, with nothing beside it. */
+void print_heading(const char *text);
 
 /* Prints a page that says in one sentence why the request was not carried out. status is that of
  * HTTP, "400 Bad Request". Returns 0, as the dispatcher does. */
@@ -37,14 +51,5 @@ void print_way_back(void);
  * tell_recovery, in an alert. */
 void note_recovery(void);
 void tell_recovery(void);
-
-/* Prints text so that it means nothing to the browser: in a page, or in a quoted attribute. */
-void print_escaped(const char *text);
-
-/* Prints text as the value of a field in an address. */
-void print_encoded(const char *text);
-
-/* Prints text as a string of JSON, quotes included; bytes that are no UTF-8 become '?'. */
-void print_json_string(const char *text);
 
 #endif

@@ -1,7 +1,8 @@
-/* The module's handlers, by kind. Bands have none. */
+/* The handlers of the pages, by kind: the module's, and ours of the bands. */
 #include "handlers.h"
 
 #include "../web/web.h"
+#include "pages/bands.h"
 
 int call_display(object_kind kind, char *id, int mode)
 {
@@ -11,7 +12,7 @@ int call_display(object_kind kind, char *id, int mode)
 	case FILTER: return filter_display(id, mode);
 	case PORT: return port_display(id, mode);
 	case IP: return ip_display(id, mode);
-	case BASIC: break;
+	case BASIC: return basic_display(id, mode);
 	}
 	return 0;
 }
@@ -24,7 +25,7 @@ int call_save(object_kind kind)
 	case FILTER: return filter_save();
 	case PORT: return port_save();
 	case IP: return ip_save();
-	case BASIC: break;
+	case BASIC: return basic_save();
 	}
 	return 0;
 }
@@ -37,7 +38,7 @@ int call_update(object_kind kind)
 	case FILTER: return filter_update();
 	case PORT: return port_update();
 	case IP: return ip_update();
-	case BASIC: break;
+	case BASIC: return basic_update();
 	}
 	return 0;
 }
@@ -50,7 +51,7 @@ int call_delete(object_kind kind, char *id)
 	case FILTER: return filter_delete(id);
 	case PORT: return port_delete(id);
 	case IP: return ip_delete(id);
-	case BASIC: break;
+	case BASIC: return basic_delete(id);
 	}
 	return 0;
 }

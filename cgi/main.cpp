@@ -13,19 +13,29 @@
 #include "../store/text.h"
 #include "../web/web.h"
 #include "access.h"
-#include "bundle_page.h"
+#include "bar.h"
 #include "change.h"
 #include "check.h"
 #include "faults.h"
 #include "frame.h"
 #include "handlers.h"
-#include "history_page.h"
-#include "list.h"
-#include "pages.h"
+#include "kind_pages.h"
+#include "pages/apply.h"
+#include "pages/bundle.h"
+#include "pages/curves.h"
+#include "pages/explain.h"
+#include "pages/first_steps.h"
+#include "pages/history.h"
+#include "pages/list.h"
+#include "pages/list_json.h"
+#include "pages/overview.h"
+#include "pages/rename.h"
+#include "pages/repair.h"
+#include "pages/week.h"
 #include "posted.h"
-#include "repair.h"
 #include "rules_json.h"
 #include "state.h"
+#include "weigh.h"
 
 static const int MODE_VIEW = 1;
 
@@ -150,7 +160,10 @@ static bool find_action(request_action *action)
 static int answer_list(object_kind kind)
 {
 	char sentence[SENTENCE_SIZE];
-	return check_fields(kind, sentence) ? show_list(kind) : refuse_request(sentence);
+	if (!check_fields(kind, sentence))
+		return refuse_request(sentence);
+	const char *action = text(cgi_param("action"));
+	return strcmp(action, "json") == 0 ? show_list_json(kind) : show_list(kind);
 }
 
 static int answer_kind(object_kind kind, bool is_post)
@@ -162,6 +175,8 @@ static int answer_kind(object_kind kind, bool is_post)
 	if (strcmp(type, "display") != 0)
 		return refuse_request("The field type is not known: allowed is one of: "
 				      "display list.");
+	if (is_post && strcmp(text(cgi_param("action")), "weigh") == 0)
+		return answer_weigh(kind);
 	if (!find_action(&action))
 		return refuse_request("The field action is not known: allowed is one of: "
 				      "new edit open view save update delete.");
@@ -185,29 +200,54 @@ static int answer_history_post(void)
 }
 
 /* A change that is asked for with GET would be shown as a page, as if it were done. */
-static int answer_history(bool is_post)
+static int answer_history(void)
 {
-	if (is_post)
-		return answer_history_post();
-	return cgi_param("action") ? refuse_method(is_post) : show_history();
+	return cgi_param("action") ? refuse_method(false) : show_history();
 }
 
+static int refuse_bundle_form(void)
+{
+	return refuse_request("A bundle is posted as a file.");
+}
+
+namespace {
+
+struct router_page {
+	const char *type;
+	int (*get)(void);  // null: it is not asked for with GET
+	int (*post)(void); // null: nothing is posted to it
+};
+
+} // namespace
+
 /* The pages of the router around the kinds. */
+static const router_page ROUTER_PAGES[] = {
+	{ "overview", show_overview, nullptr },
+	{ "apply", show_apply, answer_apply },
+	{ "curves", show_curves, nullptr },
+	{ "week", show_week, nullptr },
+	{ "explain", show_explain, nullptr },
+	{ "history", answer_history, answer_history_post },
+	{ "bundle", answer_bundle, refuse_bundle_form },
+	{ "first", show_first_steps, answer_first_steps },
+	{ "rename", show_rename, answer_rename },
+	{ "repair", nullptr, answer_repair },
+	{ "state", answer_state, nullptr },
+	{ "rules", answer_rules, nullptr },
+	{ "status", answer_status, nullptr },
+};
+
 static int answer_router(bool is_post)
 {
 	const char *type = text(cgi_param("type"));
-	if (strcmp(type, "history") == 0)
-		return answer_history(is_post);
-	if (strcmp(type, "bundle") == 0)
-		return is_post ? refuse_request("A bundle is posted as a file.") : answer_bundle();
-	if (strcmp(type, "repair") == 0)
-		return is_post ? answer_repair() : refuse_method(is_post);
-	if (strcmp(type, "state") == 0)
-		return is_post ? refuse_method(is_post) : answer_state();
-	if (strcmp(type, "rules") == 0)
-		return is_post ? refuse_method(is_post) : answer_rules();
-	return refuse_request("The field type is not known: allowed is one of: "
-			      "history bundle repair state rules.");
+	for (const router_page &row : ROUTER_PAGES) {
+		int (*way)(void) = is_post ? row.post : row.get;
+		if (strcmp(type, row.type) == 0)
+			return way ? way() : refuse_method(is_post);
+	}
+	return refuse_request("The field type is not known: allowed is one of: overview apply "
+			      "curves week explain history bundle first rename repair state rules "
+			      "status.");
 }
 
 static int answer(bool is_post)
@@ -219,7 +259,7 @@ static int answer(bool is_post)
 	if (find_kind(obj, &kind))
 		return answer_kind(kind, is_post);
 	return refuse_request("The field obj names no kind of object: allowed is one of: "
-			      "policy class filter port ip router.");
+			      "policy class filter port ip basic router.");
 }
 
 static int refuse_long_request(void)

@@ -13,7 +13,8 @@
 #include "differences.h"
 #include "edit.h"
 #include "frame.h"
-#include "pages.h"
+#include "markup.h"
+#include "kind_pages.h"
 
 /* --- values, as the form shows them --- */
 

@@ -5,12 +5,13 @@
 
 #include <cfl.h>
 
-#include "../history/history.h"
-#include "../store/description.h"
-#include "../store/fields.h"
-#include "../store/text.h"
-#include "frame.h"
-#include "pages.h"
+#include "../../history/history.h"
+#include "../../store/description.h"
+#include "../../store/fields.h"
+#include "../../store/text.h"
+#include "../frame.h"
+#include "../markup.h"
+#include "../kind_pages.h"
 
 static void print_link(const char *kind, const char *action, const char *id, const char *label)
 {
@@ -78,7 +79,8 @@ static void print_objects(object_kind kind)
 
 int show_list(object_kind kind)
 {
-	open_page(PAGES[kind].title, PAGES[kind].add);
+	open_page(PAGES[kind].title, PAGES[kind].place);
+	print_heading(PAGES[kind].title);
 	print_objects(kind);
 	close_page();
 	return 0;

@@ -9,19 +9,20 @@
 
 #include <cgi.h>
 
-#include "../history/history.h"
-#include "../store/description.h"
-#include "../store/laid_aside.h"
-#include "../store/save.h"
-#include "../store/stored.h"
-#include "../store/text.h"
-#include "change.h"
-#include "edit.h"
-#include "faults.h"
-#include "frame.h"
-#include "marks.h"
-#include "pages.h"
-#include "posted.h"
+#include "../../history/history.h"
+#include "../../store/description.h"
+#include "../../store/laid_aside.h"
+#include "../../store/save.h"
+#include "../../store/stored.h"
+#include "../../store/text.h"
+#include "../change.h"
+#include "../edit.h"
+#include "../faults.h"
+#include "../frame.h"
+#include "../markup.h"
+#include "../marks.h"
+#include "../kind_pages.h"
+#include "../posted.h"
 
 static const size_t STORED_SENTENCE_SIZE = 800; // bytes
 
@@ -123,7 +124,8 @@ static void print_deleting(object_kind kind, const char *id)
 
 int show_repair(object_kind kind, const char *id)
 {
-	open_page("Needs repair", nullptr);
+	open_page("Needs repair", AT_NONE);
+	print_heading("Needs repair");
 	printf("<p>The %s ", KINDS[kind].word);
 	print_escaped(id);
 	printf(" holds what cannot stand on its page. It is shown here as plain text.</p>\n");

@@ -1,5 +1,5 @@
 /* All settings as one file. */
-#include "bundle_page.h"
+#include "bundle.h"
 
 #include <errno.h>
 #include <stdio.h>
@@ -9,13 +9,14 @@
 
 #include <cgi.h>
 
-#include "../history/history.h"
-#include "../store/laid_aside.h"
-#include "../store/text.h"
-#include "change.h"
-#include "differences.h"
-#include "frame.h"
-#include "posted.h"
+#include "../../history/history.h"
+#include "../../store/laid_aside.h"
+#include "../../store/text.h"
+#include "../change.h"
+#include "../differences.h"
+#include "../frame.h"
+#include "../markup.h"
+#include "../posted.h"
 
 /* --- giving --- */
 
@@ -41,7 +42,8 @@ static void warn_of_gate(void)
 /* The page needs its script: what it sends is a file, and no form. */
 static int offer_bundle(void)
 {
-	open_page("Bundle", nullptr);
+	open_page("Bundle", AT_HISTORY);
+	print_heading("Bundle");
 	printf("<p><a href='main.cgi?obj=router&amp;type=bundle' download='qos-bundle.txt'>"
 	       "Download all settings</a> as one file.</p>\n"
 	       "<p><label>Bring settings back from a file: <input type='file' id='bundle'></label>"
@@ -101,7 +103,8 @@ static int show_check(const kept_files *bundle)
 		return refuse("500 Internal Server Error",
 			      "The present settings cannot be read (%s).", strerror(errno));
 	printf("Revision: %s\r\n", revision);
-	open_page("What the bundle changes", nullptr);
+	open_page("What the bundle changes", AT_HISTORY);
+	print_heading("What the bundle changes");
 	int count = 0;
 	printf("<ul>\n");
 	bool told = tell_bundle(bundle, print_difference, &count);
@@ -134,7 +137,8 @@ static int import(kept_files *bundle)
 		int reason = errno;
 		return refuse_unwritten(nullptr, reason, !is_change_open(), "");
 	}
-	open_page("The bundle was imported", nullptr);
+	open_page("The bundle was imported", AT_HISTORY);
+	print_heading("The bundle was imported");
 	printf("<p>All settings are those of the bundle. The <a "
 	       "href='main.cgi?obj=router&amp;type=history'>history</a> leads back.</p>\n");
 	close_page();

@@ -1,6 +1,6 @@
 /* The page of the last changes, and the way back to before any of them. */
-#ifndef CGI_HISTORY_PAGE_H
-#define CGI_HISTORY_PAGE_H
+#ifndef CGI_PAGES_HISTORY_H
+#define CGI_PAGES_HISTORY_H
 
 /* Prints the page. Returns the exit status. */
 int show_history(void);

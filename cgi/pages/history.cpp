@@ -1,5 +1,5 @@
 /* The page of the last changes. */
-#include "history_page.h"
+#include "history.h"
 
 #include <errno.h>
 #include <stdio.h>
@@ -9,12 +9,12 @@
 
 #include <cgi.h>
 
-#include "../history/history.h"
-#include "../store/laid_aside.h"
-#include "../store/text.h"
-#include "change.h"
-#include "differences.h"
-#include "frame.h"
+#include "../../history/history.h"
+#include "../../store/laid_aside.h"
+#include "../../store/text.h"
+#include "../change.h"
+#include "../differences.h"
+#include "../frame.h"
 
 static const size_t NUMBER_DIGITS_MAX = 9;
 
@@ -44,7 +44,8 @@ int show_history(void)
 {
 	unsigned numbers[ENTRIES_MAX];
 	int count = list_entries(numbers);
-	open_page("History", nullptr);
+	open_page("History", AT_HISTORY);
+	print_heading("History");
 	printf("<p>The last changes, the newest first. Going back to before one undoes the later "
 	       "ones too, and is a change that can itself be undone.</p>\n");
 	if (count <= 0)

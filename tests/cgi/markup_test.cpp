@@ -1,5 +1,6 @@
 /* Texts as they stand in pages, addresses and JSON. */
 #include "../../cgi/frame.h"
+#include "../../cgi/markup.h"
 
 #include "../support/request.h"
 

@@ -1,6 +1,6 @@
 /* All settings as one file: to keep, and to bring back. */
-#ifndef CGI_BUNDLE_PAGE_H
-#define CGI_BUNDLE_PAGE_H
+#ifndef CGI_PAGES_BUNDLE_H
+#define CGI_PAGES_BUNDLE_H
 
 #include <stddef.h>
 

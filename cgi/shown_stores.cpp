@@ -1,0 +1,35 @@
+/* All stores, read once for a page. */
+#include "shown_stores.h"
+
+#include <unistd.h>
+
+#include "../store/text.h"
+#include "change.h"
+
+void read_stores(shown_stores *to)
+{
+	settle_stores();
+	int lock = begin_shared(); // none before the first change: there is nothing to wait for
+	for (int kind = 0; kind < KINDS_COUNT; kind++)
+		to->of[kind] = cfl_read(KINDS[kind].store);
+	if (lock >= 0)
+		close(lock);
+}
+
+const char *get_object(const shown_stores *in, object_kind kind, int n)
+{
+	// Position 1 is what precedes the first section.
+	int count = cfl_get_sections_count(in->of[kind]);
+	return n + 2 <= count ? cfl_section_get_name_by_position(in->of[kind], n + 2) : nullptr;
+}
+
+const char *get_stored(const shown_stores *in, object_kind kind, const char *id, const char *key)
+{
+	int scratch;
+	return text(cfl_value_get_by_name(in->of[kind], id, key, &scratch));
+}
+
+bool has_stored(const shown_stores *in, object_kind kind, const char *id)
+{
+	return cfl_section_get_values_count(in->of[kind], id) > 0;
+}
