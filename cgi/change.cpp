@@ -22,13 +22,15 @@
 #include "frame.h"
 #include "markup.h"
 #include "handlers.h"
+#include "kind_pages.h"
+#include "log.h"
 #include "marks.h"
 #include "mend.h"
+#include "pages/bands.h"
 #include "posted.h"
 #include "references.h"
+#include "saved.h"
 #include "schedule.h"
-
-static const int LOCK_SECONDS = 10;
 
 namespace {
 
@@ -39,8 +41,9 @@ struct change {
 	char *id;
 	cfl *store;   // of the kind; becomes what it shall be
 	cfl *before;  // the same once more, which stays as it was
-	cfl *filters; // of a class: the filters, for their marks
+	cfl *filters; // of a class or band: the filters, for their marks
 	kept_file store_file, filters_file, desc;
+	unsigned newest; // entry of the history before it
 };
 
 } // namespace
@@ -59,18 +62,17 @@ static const char *get_status_for(int reason)
 
 int refuse_unwritten(const char *path, int reason, bool is_undone, const char *printed)
 {
-	open_refusal(get_status_for(reason));
-	printf("<p>");
-	print_escaped(path ? path : "The change");
-	printf(" could not be written: ");
-	print_escaped(strerror(reason));
-	printf(". %s</p>\n",
-	       is_undone ? "Everything is as it was before."
-			 : "What was there before could not be put back yet either; the next change "
-			   "tries again.");
-	print_way_back();
+	const char *status = get_status_for(reason);
+	char sentences[SENTENCE_SIZE];
+	snprintf(sentences, sizeof(sentences), "%s could not be written: %s. %s",
+		 path ? path : "The change", strerror(reason),
+		 is_undone ? "Everything is as it was before."
+			   : "What was there before could not be put back yet either; the next "
+			     "change tries again.");
+	open_refusal(status, is_undone ? nullptr : "Not put back");
+	print_refusal(sentences);
 	fputs(printed, stdout);
-	close_page();
+	close_refusal(status);
 	return 0;
 }
 
@@ -111,13 +113,13 @@ int begin_exclusive(void)
 	return -1;
 }
 
-int begin_shared(void)
+int begin_shared(int seconds)
 {
-	int lock = lock_stores(LOCK_SH, LOCK_SECONDS);
+	int lock = lock_stores(LOCK_SH, seconds);
 	if (lock < 0 || !is_change_open())
 		return lock;
 	close(lock);
-	lock = lock_stores(LOCK_EX, LOCK_SECONDS);
+	lock = lock_stores(LOCK_EX, seconds);
 	if (lock < 0 || recover_change() != NOT_RECOVERED)
 		return lock;
 	close(lock);
@@ -127,7 +129,7 @@ int begin_shared(void)
 
 void settle_stores(void)
 {
-	int lock = is_change_open() ? begin_shared() : -1;
+	int lock = is_change_open() ? begin_shared(LOCK_SECONDS) : -1;
 	if (lock >= 0)
 		close(lock);
 }
@@ -151,7 +153,7 @@ static void read_before(change *of)
 	of->store = cfl_read(KINDS[of->kind].store);
 	of->before = cfl_read(KINDS[of->kind].store);
 	read_kept_file(&of->store_file, KINDS[of->kind].word);
-	if (of->kind == CLASS) {
+	if (has_filters(of->kind)) {
 		of->filters = cfl_read(FILTER_STORE);
 		read_kept_file(&of->filters_file, KINDS[FILTER].word);
 	}
@@ -178,7 +180,7 @@ static bool open_entry(const change *of)
 	char desc[FILE_NAME_SIZE];
 	const char *names[3] = { KINDS[of->kind].word };
 	int count = 1;
-	if (of->kind == CLASS)
+	if (has_filters(of->kind))
 		names[count++] = KINDS[FILTER].word;
 	if (find_description(desc, of))
 		names[count++] = desc;
@@ -217,14 +219,15 @@ static bool mend_saved(const change *of)
 	return mend_description(of, is_new);
 }
 
-/* The marks of all filters that the class had, has or handed back. The bands' store need not be
- * there. */
-static void mend_class_marks(const change *of, cfl *classes)
+/* The marks of all filters that the object had, has or handed back; its store is changed to now. The
+ * bands' store need not be there for a class. */
+static void mend_own_marks(const change *of, cfl *now)
 {
-	cfl *bands = cfl_read(BASIC_STORE);
-	const naming_stores now = { classes, bands };
-	mend_marks(of->filters, of->before, &now, of->id);
-	cfl_free(bands);
+	bool is_class = of->kind == CLASS;
+	cfl *others = cfl_read(is_class ? BASIC_STORE : CLASS_STORE);
+	const naming_stores in = { is_class ? now : others, is_class ? others : now };
+	mend_marks(of->filters, of->before, &in, of->kind, of->id);
+	cfl_free(others);
 }
 
 /* Takes the text that a store would be written as; false when it cannot be. */
@@ -269,24 +272,24 @@ static bool write_changed(const changed_store *stores, const kept_file *const *f
 
 static bool write_saved(const change *of)
 {
-	if (of->kind == CLASS)
-		mend_class_marks(of, of->store);
+	if (has_filters(of->kind))
+		mend_own_marks(of, of->store);
 	const changed_store stores[] = {
 		{ KINDS[of->kind].store, of->store },
 		{ FILTER_STORE, of->filters },
 	};
 	const kept_file *const files[] = { &of->store_file, &of->filters_file };
-	return write_changed(stores, files, of->kind == CLASS ? 2 : 1);
+	return write_changed(stores, files, has_filters(of->kind) ? 2 : 1);
 }
 
-/* The filters of a class that is gone are free again, where no other names them. */
+/* The filters of a class or band that is gone are free again, where no other names them. */
 static bool free_filters(const change *of)
 {
-	cfl *classes = cfl_read(CLASS_STORE);
-	bool is_gone = classes && cfl_section_get_values_count(classes, of->id) == 0;
+	cfl *now = cfl_read(KINDS[of->kind].store);
+	bool is_gone = now && cfl_section_get_values_count(now, of->id) == 0;
 	if (is_gone)
-		mend_class_marks(of, classes);
-	cfl_free(classes);
+		mend_own_marks(of, now);
+	cfl_free(now);
 	const changed_store filters = { FILTER_STORE, of->filters };
 	const kept_file *const file = &of->filters_file;
 	return !is_gone || write_changed(&filters, &file, 1);
@@ -308,9 +311,9 @@ static bool write_deleted(const change *of)
 	if (cfl_section_get_values_count(of->before, of->id) == 0)
 		return put_file(&of->store_file); // it has written what there was
 	switch (of->kind) {
-	case CLASS: return free_filters(of);
+	case CLASS: case BASIC: return free_filters(of);
 	case POLICY: return remove_odd_policy(of);
-	case FILTER: case PORT: case IP: case BASIC: break; // the handler has done all
+	case FILTER: case PORT: case IP: break; // the handler has done all
 	}
 	return true;
 }
@@ -347,8 +350,42 @@ static void send_on(const change *of, int done)
 	printf("</script>\n");
 }
 
+int answer_done(object_kind kind, const char *told)
+{
+	if (*told) {
+		open_page("Saved", PAGES[kind].place);
+		print_heading("Saved");
+		printf("%s<p><a href='main.cgi?obj=%s&amp;type=list'>%s</a></p>\n", told,
+		       KINDS[kind].word, PAGES[kind].title);
+		close_page();
+		return 0;
+	}
+	printf("Status: 303 See Other\r\n"
+	       "Location: main.cgi?obj=%s&type=list\r\n", KINDS[kind].word);
+	begin_page();
+	return 0;
+}
+
+/* The pages of the bands are our own, and do without scripts. */
+static int answer_bands(const change *of, int done)
+{
+	if (!done)
+		return of->action == DELETE ? answer_kept_band() : answer_refused_bands();
+	if (of->action == DELETE || !begin_capture())
+		return answer_done(of->kind, "");
+	tell_in_page();
+	tell_references(of->kind, of->id);
+	return answer_done(of->kind, text(end_capture()));
+}
+
 static int answer(const change *of, int done, const char *printed)
 {
+	if (done && get_newest_entry() != of->newest) {
+		print_saved_cookie();
+		log_deed(ACTION_WORDS[of->action], KINDS[of->kind].word, of->id);
+	}
+	if (of->kind == BASIC)
+		return answer_bands(of, done);
 	begin_page();
 	fputs(printed, stdout);
 	tell_recovery();
@@ -399,7 +436,7 @@ static int carry_out(const change *of)
 /* Whether the change fits the stores as they are; answers the request where it does not. */
 static bool fits_stores(const change *of)
 {
-	if (of->kind == CLASS && of->store && !of->filters) {
+	if (has_filters(of->kind) && of->store && !of->filters) {
 		refuse_without_filters();
 		return false;
 	}
@@ -422,7 +459,7 @@ int answer_change(object_kind kind, change_action action, char *id)
 	int lock = begin_exclusive();
 	if (lock < 0)
 		return 0;
-	change of = { kind, action, id, nullptr, nullptr, nullptr, {}, {}, {} };
+	change of = { kind, action, id, nullptr, nullptr, nullptr, {}, {}, {}, get_newest_entry() };
 	read_before(&of);
 	int status = fits_stores(&of) ? carry_out(&of) : 0;
 	free_before(&of);

@@ -17,10 +17,13 @@ int answer_change(object_kind kind, change_action action, char *id);
  * Returns the lock's descriptor; or -1, and the request has been answered. */
 int begin_exclusive(void);
 
+const int LOCK_SECONDS = 10; // that a change, and who must not see half of one, waits for the lock
+
 /* Takes the lock shared, for who must see one state of all stores; puts back what a change that was
  * cut off left. Returns the descriptor, or -1 with errno set: ENOENT where nothing was ever changed,
- * EINPROGRESS where a change that was cut off cannot be put back. */
-int begin_shared(void);
+ * ETIMEDOUT where others held it for all of these seconds, EINPROGRESS where a change that was cut
+ * off cannot be put back. */
+int begin_shared(int seconds);
 
 const size_t LOGIN_SIZE = 65; // bytes, the NUL included
 
@@ -34,7 +37,12 @@ void settle_stores(void);
 /* Puts the open change back and answers why, as refuse_unwritten does. */
 int give_up(const char *printed);
 
-/* The answer to a change of a class without the filters' store. */
+/* The answer to a change that is done, of a page that does without scripts: leads to the list of the
+ * kind. Where there is something to tell, told (a piece of a page, "" for nothing) stands in a page
+ * before the way there. */
+int answer_done(object_kind kind, const char *told);
+
+/* The answer to a change of a class or band without the filters' store. */
 int refuse_without_filters(void);
 
 /* The answer to a change that could not be written whole: 507 for no room, else 500. path may be

@@ -2,32 +2,63 @@
 #include "check.h"
 
 #include <stdio.h>
+#include <string.h>
 
+#include <cgi.h>
+
+#include "../store/text.h"
 #include "fields.h"
 #include "posted.h"
+#include "told_changes.h"
+#include "words.h"
+
+static const size_t SUBJECT_SIZE = 120; // bytes for two names and their words
+static const size_t HELD_MAX = 60; // bytes that are shown of what a field held
+
+/* "Ceil of class fibre-guests": what holds the value, as its page calls it. */
+static void make_subject(char subject[SUBJECT_SIZE], object_kind kind, const field *row)
+{
+	const char *label = get_field_label(kind, row->form);
+	const char *id = row->role == IDENTITY ? "" : text(cgi_param("id"));
+	snprintf(subject, SUBJECT_SIZE, "%s%s of %s%s%s%s", label == row->form ? "The field " : "",
+		 label, *id ? "" : "the ", get_kind_words(kind), *id ? " " : "", id);
+}
 
 /* Lists are counted, for what a record has no room for would be lost; of the others the first
  * value counts. */
-static bool check_count(const field *row, int count, char *sentence)
+bool check_count(object_kind kind, const field *row, int count, char *sentence)
 {
 	if (!is_list(row) || count <= row->most)
 		return true;
-	snprintf(sentence, SENTENCE_SIZE, "The field %s has %d values: allowed are at most %d.",
-		 row->form, count, row->most);
+	char subject[SUBJECT_SIZE];
+	make_subject(subject, kind, row);
+	snprintf(sentence, SENTENCE_SIZE, "%s: %d values, and allowed are at most %d.", subject,
+		 count, row->most);
 	return false;
 }
 
-static bool check_values(const field *row, char *sentence)
+static void tell_fault(object_kind kind, const field *row, const char *value, char *sentence)
+{
+	char subject[SUBJECT_SIZE];
+	make_subject(subject, kind, row);
+	describe_fault(&row->allowed, subject, value, sentence);
+	size_t length = strlen(sentence);
+	if (*value)
+		snprintf(sentence + length, SENTENCE_SIZE - length, " It held: %.*s%s",
+			 static_cast<int>(HELD_MAX), value, strlen(value) > HELD_MAX ? "..." : "");
+}
+
+static bool check_values(object_kind kind, const field *row, char *sentence)
 {
 	int count = 0;
 	for (const char *value = get_first(row->form); value; value = get_next(row->form)) {
 		if (!is_well_formed(&row->allowed, value)) {
-			describe_fault(&row->allowed, row->form, value, sentence);
+			tell_fault(kind, row, value, sentence);
 			return false;
 		}
 		count++;
 	}
-	return check_count(row, count, sentence);
+	return check_count(kind, row, count, sentence);
 }
 
 /* The boxes of the days are not looked at where the request names the days of each table. */
@@ -39,7 +70,7 @@ static bool is_read(const field *row)
 bool check_fields(object_kind kind, char *sentence)
 {
 	for (const field &row : FIELDS[kind]) {
-		if (is_read(&row) && !check_values(&row, sentence))
+		if (is_read(&row) && !check_values(kind, &row, sentence))
 			return false;
 	}
 	return true;

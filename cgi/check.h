@@ -3,13 +3,15 @@
 #ifndef CGI_CHECK_H
 #define CGI_CHECK_H
 
-#include "../store/kinds.h"
-#include "../store/rules.h"
+#include "../store/fields.h"
 
 /* Checks every value of every field that the kind's forms have, and how many values its lists
  * have; no handler reads other fields. Returns true when all is well; else false, and sentence
- * (SENTENCE_SIZE bytes) names the first field that is not, what is wrong with it and what is
- * allowed. */
+ * (SENTENCE_SIZE bytes) names the first field that is not by its label, what is wrong with it, what
+ * is allowed and what it held. */
 bool check_fields(object_kind kind, char *sentence);
+
+/* Whether a field may have so many values; sentence as above. */
+bool check_count(object_kind kind, const field *row, int count, char *sentence);
 
 #endif

@@ -11,7 +11,9 @@ struct tree_class {
 	int parent;   // index in the tree, always less than the class's own; -1: it has none there
 	int depth;    // 0 of a class without a parent
 	int children;
-	bool is_lost; // its parent is not stored, or it is its own ancestor; then it stands at depth 0
+	bool is_lost; // its parent is not stored, or it is its own ancestor; then it stands at depth
+		      // 0. Of a ring with a policy's root in it, only the root is: the others hang
+		      // below it
 	uint64_t rate, ceil;      // bit/s; 0: not given, or no number
 	const char *policy;       // whose root it is or stands below; null for none
 };

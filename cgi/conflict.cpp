@@ -8,13 +8,16 @@
 #include <cgi.h>
 
 #include "../history/history.h"
+#include "../store/rules.h"
 #include "../store/text.h"
-#include "differences.h"
 #include "edit.h"
 #include "frame.h"
+#include "kind_pages.h"
 #include "markup.h"
 #include "marks.h"
+#include "pages/bands.h"
 #include "posted.h"
+#include "saved.h"
 
 static const char STATUS[] = "409 Conflict";
 
@@ -26,41 +29,56 @@ static void print_last_change(object_kind kind, const char *id)
 	entry last;
 	if (!read_last_change(&last, kind, id))
 		return;
-	printf("<p>");
+	printf("<section class='card' aria-label='What was changed'>");
 	print_entry_note(&last);
-	printf("</p>\n");
-	print_differences(&last);
+	printf("\n");
+	print_changes(&last);
+	printf("</section>\n");
 	free_entry(&last);
 }
 
-static void print_conflict(object_kind kind, const char *id, bool is_there)
+/* The form of the bands comes again, with the present revision. */
+static void print_bands_again(bool is_there)
 {
-	open_refusal(STATUS);
-	printf("<p>The %s ", KINDS[kind].word);
-	print_escaped(id);
-	printf(is_there ? " was changed since this form was opened.</p>\n"
-			: " was deleted since this form was opened.</p>\n");
-	print_last_change(kind, id);
-	printf(is_there ? "<p>The form as you filled it in is one step back. There the stored value "
-			  "stands beside each field that differs: you can save yours over it, or take "
+	printf(is_there ? "<p>Below is the form as you filled it in: saved again, it takes the place of "
 			  "what is stored.</p>\n"
-			: "<p>The form as you filled it in is one step back. From there it can be "
-			  "saved as a new one.</p>\n");
-	print_way_back();
+			: "<p>Below is the form as you filled it in: it can be saved as a new one.</p>\n");
+	print_posted_bands();
 	close_page();
+}
+
+static void print_conflict(object_kind kind, const char *id, bool is_there, bool has_form)
+{
+	char sentence[SENTENCE_SIZE];
+	snprintf(sentence, sizeof(sentence), "The %s %s was %s since this form was opened.",
+		 PAGES[kind].one, id, is_there ? "changed" : "deleted");
+	open_refusal(STATUS, nullptr);
+	print_refusal(sentence);
+	print_last_change(kind, id);
+	if (kind == BASIC && has_form) {
+		print_bands_again(is_there);
+		return;
+	}
+	if (has_form)
+		printf(is_there
+			       ? "<p>In the form the stored value stands beside each field that differs: "
+				 "you can save yours over it, or take what is stored.</p>\n"
+			       : "<p>From the form it can be saved as a new one.</p>\n");
+	close_refusal(STATUS);
 }
 
 /* --- another's filter --- */
 
 /* The first filter that the form newly takes from another without saying so; null for none. */
-static const char *find_taken(const naming_stores *in, const char *id, const char **user)
+static const char *find_taken(const naming_stores *in, object_kind kind, const char *id,
+			      const char **user)
 {
 	const char *taken = nullptr;
 	for (const char *filter = get_first("filter_id"); filter; filter = get_next("filter_id")) {
 		if (taken || is_posted_as("shared", filter) ||
-		    names_filter(in->classes, id, filter))
+		    names_filter(get_naming_store(in, kind), id, filter))
 			continue;
-		*user = find_user(in, filter, id);
+		*user = find_user(in, filter, kind, id);
 		if (*user)
 			taken = filter;
 	}
@@ -68,19 +86,22 @@ static const char *find_taken(const naming_stores *in, const char *id, const cha
 }
 
 /* A list that was posted and not changed stays as it is stored, and takes none. */
-static bool refuse_taken(const char *id, cfl *classes)
+static bool refuse_taken(object_kind kind, const char *id)
 {
 	if (is_posted("changed") && !is_changed("filter_id"))
 		return false;
+	cfl *classes = cfl_read(CLASS_STORE);
 	cfl *bands = cfl_read(BASIC_STORE);
 	const naming_stores in = { classes, bands };
 	const char *user = nullptr;
-	const char *taken = find_taken(&in, id, &user);
-	if (taken)
+	const char *taken = find_taken(&in, kind, id, &user);
+	if (taken && kind == BASIC)
+		answer_taken_filter(STATUS, taken, user);
+	else if (taken)
 		refuse(STATUS,
-		       "The filter %s is named by %s, which took it since this form was opened. The "
-		       "form as you filled it in is one step back.",
+		       "The filter %s is named by %s, which took it since this form was opened.",
 		       taken, user);
+	cfl_free(classes);
 	cfl_free(bands);
 	return taken;
 }
@@ -100,8 +121,8 @@ bool refuse_conflict(object_kind kind, change_action action, const char *id, cfl
 	if (action == SAVE && is_there)
 		return false;
 	if (!is_there || strcmp(revision, text(cgi_param("revision"))) != 0) {
-		print_conflict(kind, id, is_there);
+		print_conflict(kind, id, is_there, action != DELETE);
 		return true;
 	}
-	return kind == CLASS && action != DELETE && refuse_taken(id, store);
+	return has_filters(kind) && action != DELETE && refuse_taken(kind, id);
 }

@@ -17,6 +17,7 @@ enum place {
 	IN_ATTRIBUTE = 1, // between single quotes
 	IN_TEXT = 2,
 	IN_SCRIPT = 4, // between double quotes
+	IN_CHOICE = 8, // escaped, but the form is posted back only where it is an id
 };
 
 struct shown_value {
@@ -48,6 +49,10 @@ static const shown_value SHOWN[] = {
 	{ FILTER, "EXT_IP_ID", 1, IN_ATTRIBUTE },
 	{ FILTER, "INT_PORT_ID", 1, IN_ATTRIBUTE },
 	{ FILTER, "EXT_PORT_ID", 1, IN_ATTRIBUTE },
+	{ BASIC, "HIGH", 1, IN_CHOICE },
+	{ BASIC, "MIDDLE", 1, IN_CHOICE },
+	{ BASIC, "LOW", 1, IN_CHOICE },
+	{ BASIC, "FILTER_ID[%d]", LOADED_FILTERS_MAX, IN_CHOICE },
 	{ PORT, "PORT_LIST[%d]", LIST_ENTRIES_MAX, IN_ATTRIBUTE | IN_TEXT },
 	{ IP, "IP_LIST[%d]", LIST_ENTRIES_MAX, IN_TEXT },
 };
@@ -71,6 +76,8 @@ static const char *find_why(const char *value, int places)
 		return "it holds < or &";
 	if (places & IN_SCRIPT && strpbrk(value, "\"'\\<\r\n"))
 		return "it holds a quote, a backslash, < or a line end";
+	if (places & IN_CHOICE && !is_well_formed(&REFERENCE_RULE, value))
+		return "no form can post it: it is no id";
 	return nullptr;
 }
 
@@ -132,7 +139,7 @@ static int tell_description(object_kind kind, const char *id, fault_teller tell,
 
 int tell_faults(object_kind kind, const char *id, bool in_text_only, fault_teller tell, void *to)
 {
-	const int places = in_text_only ? IN_TEXT : IN_ATTRIBUTE | IN_TEXT | IN_SCRIPT;
+	const int places = in_text_only ? IN_TEXT : IN_ATTRIBUTE | IN_TEXT | IN_SCRIPT | IN_CHOICE;
 	cfl *store = cfl_read(KINDS[kind].store);
 	const edit of = { kind, store, id, true };
 	const fault name = { kind, id, nullptr, id, nullptr };

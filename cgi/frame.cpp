@@ -3,10 +3,12 @@
 
 #include <stdarg.h>
 #include <stdio.h>
+#include <string.h>
 
 #include <cgi.h>
 
 #include "../store/message.h"
+#include "../store/text.h"
 #include "bar.h"
 #include "capture.h"
 #include "change.h"
@@ -135,19 +137,13 @@ static void print_notice(void)
 		printf("<p class='msg warn'>%s</p>\n", RECOVERY_NOTICE);
 }
 
-/* What is between the headers and the page's own heading. */
-static void print_frame(const char *title, menu_place at)
+void open_page(const char *title, menu_place at)
 {
+	begin_page();
 	print_head(title);
 	print_top(at);
 	print_bar();
 	printf("<main id='m'>\n");
-}
-
-void open_page(const char *title, menu_place at)
-{
-	begin_page();
-	print_frame(title, at);
 	print_notice();
 }
 
@@ -171,18 +167,71 @@ void close_page(void)
 	       "</html>\n");
 }
 
-void open_refusal(const char *status)
+/* --- refusals --- */
+
+static bool is_post(void)
 {
-	printf("Status: %s\r\n", status);
-	begin_page();
-	print_frame(status, AT_NONE);
-	print_heading("Nothing was changed");
-	print_notice();
+	return strcmp(cgi_get_method(), "POST") == 0;
 }
 
-void print_way_back(void)
+/* Whether the request came from a form in which something was filled in. */
+static bool is_filled_in(void)
 {
-	printf("<p><a href='#' onclick='history.go(-1); return false'>Back</a></p>\n");
+	static const char *const ACTIONS[] = { "save", "update", "mend", "make" };
+	for (const char *action : ACTIONS) {
+		if (is_post() && strcmp(text(cgi_param("action")), action) == 0)
+			return true;
+	}
+	return false;
+}
+
+static const char *get_refusal_title(void)
+{
+	if (is_filled_in())
+		return "Not saved";
+	return is_post() ? "Nothing was changed" : "Not shown";
+}
+
+void open_refusal(const char *status, const char *title)
+{
+	if (!title)
+		title = get_refusal_title();
+	printf("Status: %s\r\n", status);
+	open_page(title, AT_NONE);
+	print_heading(title);
+}
+
+void print_refusal(const char *sentences)
+{
+	size_t length = strlen(sentences);
+	const char *const ends[] = { strstr(sentences, ": "), strstr(sentences, ". ") };
+	for (const char *end : ends) {
+		if (end && static_cast<size_t>(end - sentences) < length)
+			length = static_cast<size_t>(end - sentences) + 1;
+	}
+	printf("<p class='msg bad'><b>");
+	fprintf(escaped(), "%.*s", static_cast<int>(length), sentences);
+	printf("</b>");
+	print_escaped(sentences + length);
+	printf("</p>\n");
+}
+
+/* Without scripts there is only the browser's own way back to a filled form. The page of the bundle
+ * shows what is answered to its script, and stays. */
+void close_refusal(const char *status)
+{
+	bool is_form = is_filled_in();
+	if (is_form)
+		printf("<p>Your form is as you filled it.<noscript> Your browser's Back leads to "
+		       "it.</noscript></p>\n");
+	printf("<p>");
+	if (strcmp(text(cgi_param("type")), "bundle") != 0)
+		printf("<button type='button' class='first back'>Back%s</button> ",
+		       is_form ? " to the form" : "");
+	printf("<a class='btn' href='main.cgi?obj=router&amp;type=overview'>Overview</a></p>\n"
+	       "<p class='s'>Status %s</p>\n",
+	       status);
+	close_page();
 }
 
 void note_recovery(void)
@@ -203,11 +252,8 @@ int refuse(const char *status, const char *format, ...)
 	va_start(args, format);
 	vsnprintf(sentence, sizeof(sentence), format, args);
 	va_end(args);
-	open_refusal(status);
-	printf("<p>");
-	print_escaped(sentence);
-	printf("</p>\n");
-	print_way_back();
-	close_page();
+	open_refusal(status, nullptr);
+	print_refusal(sentence);
+	close_refusal(status);
 	return 0;
 }

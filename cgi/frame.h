@@ -37,15 +37,20 @@ void open_heading(const char *text);
 /* The same closed, with nothing beside it. */
 void print_heading(const char *text);
 
-/* Prints a page that says in one sentence why the request was not carried out. status is that of
- * HTTP, "400 Bad Request". Returns 0, as the dispatcher does. */
+/* Prints a page that says why the request was not carried out: one sentence, or several. status is
+ * that of HTTP, "400 Bad Request". Returns 0, as the dispatcher does. */
 int refuse(const char *status, const char *format, ...) __attribute__((format(printf, 2, 3)));
 
-/* Prints the start of a refusal page up to its sentence, for one that has more to say. */
-void open_refusal(const char *status);
+/* Prints the start of a refusal page, for one that has more to say. title is the state that the
+ * request led to; null: nothing was changed. */
+void open_refusal(const char *status, const char *title);
 
-/* Prints the link to where the browser came from: a form is there as it was filled in. */
-void print_way_back(void);
+/* Prints why, its first part so that it stands out. */
+void print_refusal(const char *sentences);
+
+/* Prints the way back to where the browser came from, where a form is as it was filled in, and closes
+ * the page. */
+void close_refusal(const char *status);
 
 /* An earlier change that was cut off has been put back: the answer shall say so, in its page or, by
  * tell_recovery, in an alert. */

@@ -25,6 +25,7 @@ const json *get_member(const json *of, const char *name); // null: it is no obje
 const json *get_first_item(const json *of);               // null: it is no list or is empty
 const char *get_text(const json *of, const char *name);   // "" where it is no text
 bool get_number(const json *of, const char *name, uint64_t *number); // false: no whole number
+bool read_whole(const json *it, uint64_t *number); // the same of an item itself
 bool is_true(const json *of, const char *name);
 
 #endif

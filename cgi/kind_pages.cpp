@@ -1,20 +1,19 @@
 /* What the pages around the forms say of a kind of object. */
 #include "kind_pages.h"
 
+#include <stdio.h>
 #include <string.h>
 
+#include "../store/fields.h"
+#include "markup.h"
+
 const kind_page PAGES[] = {
-	{ "Policies", "policy", AT_POLICIES, nullptr, "" },
-	{ "Classes", "class", AT_CLASSES, "obj=class&amp;type=display&amp;action=new",
-	  "Delete this class for good?" },
-	{ "Filters", "filter", AT_FILTERS, "obj=filter&amp;type=display&amp;action=new",
-	  "Delete this filter for good?" },
-	{ "Port lists", "port list", AT_PORTS, "obj=port&amp;type=display&amp;action=new",
-	  "Delete this list for good?" },
-	{ "Address lists", "address list", AT_ADDRESSES, "obj=ip&amp;type=display&amp;action=new",
-	  "Delete this list for good?" },
-	{ "Bands", "band", AT_BANDS, "obj=basic&amp;type=display&amp;action=new",
-	  "Delete this for good?" },
+	{ "Policies", "policy", AT_POLICIES, nullptr },
+	{ "Classes", "class", AT_CLASSES, "obj=class&amp;type=display&amp;action=new" },
+	{ "Filters", "filter", AT_FILTERS, "obj=filter&amp;type=display&amp;action=new" },
+	{ "Port lists", "port list", AT_PORTS, "obj=port&amp;type=display&amp;action=new" },
+	{ "Address lists", "address list", AT_ADDRESSES, "obj=ip&amp;type=display&amp;action=new" },
+	{ "Bands", "band", AT_BANDS, "obj=basic&amp;type=display&amp;action=new" },
 };
 static_assert(sizeof(PAGES) / sizeof(PAGES[0]) == KINDS_COUNT, "a row a kind");
 
@@ -27,4 +26,19 @@ bool find_kind(const char *word, object_kind *kind)
 		}
 	}
 	return false;
+}
+
+void open_object_link(object_kind kind, const char *id)
+{
+	printf("<a href='?obj=%s&amp;type=display&amp;action=%s&amp;id=", KINDS[kind].word,
+	       is_well_formed(&ID_RULE, id) ? "open" : "view");
+	print_encoded(id);
+	printf("'>");
+}
+
+void print_object_link(object_kind kind, const char *id)
+{
+	open_object_link(kind, id);
+	print_escaped(id);
+	printf("</a>");
 }

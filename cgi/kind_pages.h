@@ -10,7 +10,6 @@ struct kind_page {
 	const char *one;      // what an object of it is called in a sentence
 	menu_place place;     // in the menu
 	const char *add;      // request for the page that adds an object; null where none are added
-	const char *question; // before one is deleted
 };
 
 /* In the order of enum object_kind. A policy is made on the page of its interface, and stays. The
@@ -19,5 +18,12 @@ extern const kind_page PAGES[KINDS_COUNT];
 
 /* Finds the kind that word (may be null) names; false when it names none. */
 bool find_kind(const char *word, object_kind *kind);
+
+/* Opens a link to the page of an object: its form, or, where its name is none that a form can show, the
+ * page that mends it. The caller prints a text and "</a>". */
+void open_object_link(object_kind kind, const char *id);
+
+/* The whole link, with the id as its text. */
+void print_object_link(object_kind kind, const char *id);
 
 #endif

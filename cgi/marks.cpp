@@ -8,6 +8,16 @@
 
 static const char *const POSTED_LISTS[] = { "filter_id", "unuse_filter_id" };
 
+bool has_filters(object_kind kind)
+{
+	return kind == CLASS || kind == BASIC;
+}
+
+cfl *get_naming_store(const naming_stores *in, object_kind kind)
+{
+	return kind == CLASS ? in->classes : in->bands;
+}
+
 static const char *get_filter(cfl *store, const char *id, int n)
 {
 	char key[UNIT_NAME_SIZE];
@@ -37,34 +47,58 @@ static const char *find_user_in(cfl *store, const char *filter, const char *exce
 	return nullptr;
 }
 
-const char *find_user(const naming_stores *in, const char *filter, const char *except)
+const char *find_user(const naming_stores *in, const char *filter, object_kind kind,
+		      const char *except)
 {
-	const char *user = find_user_in(in->classes, filter, except);
-	return user ? user : find_user_in(in->bands, filter, nullptr);
+	const char *user = find_user_in(in->classes, filter, kind == CLASS ? except : nullptr);
+	return user ? user
+		    : find_user_in(in->bands, filter, kind == BASIC ? except : nullptr);
 }
 
-/* The class itself is looked at first: of a long list most filters are its own. */
-static void mend_mark(cfl *filters, const naming_stores *now, const char *class_id,
-		      const char *filter)
+static void set_mark(cfl *filters, const char *filter, bool used)
 {
-	bool used = names_filter(now->classes, class_id, filter) ||
-		    find_user(now, filter, class_id);
 	cfl_value_set(filters, filter, "USE", used ? "use" : "unuse");
 }
 
-static void mend_named(cfl *filters, cfl *store, const naming_stores *now, const char *class_id)
+void mend_mark(cfl *filters, const naming_stores *now, const char *filter)
 {
-	const char *filter;
-	for (int n = 0; (filter = get_filter(store, class_id, n)); n++)
-		mend_mark(filters, now, class_id, filter);
+	set_mark(filters, filter, find_user(now, filter, CLASS, nullptr));
 }
 
-void mend_marks(cfl *filters, cfl *before, const naming_stores *now, const char *class_id)
+namespace {
+
+/* An object whose filters are looked at. */
+struct naming_object {
+	const naming_stores *now;
+	object_kind kind;
+	const char *id;
+};
+
+} // namespace
+
+/* The object itself is looked at first: of a long list most filters are its own. */
+static void mend_mark_of(cfl *filters, const naming_object *of, const char *filter)
 {
-	mend_named(filters, before, now, class_id);
-	mend_named(filters, now->classes, now, class_id);
+	set_mark(filters, filter,
+		 names_filter(get_naming_store(of->now, of->kind), of->id, filter) ||
+			 find_user(of->now, filter, of->kind, of->id));
+}
+
+static void mend_named(cfl *filters, cfl *store, const naming_object *of)
+{
+	const char *filter;
+	for (int n = 0; (filter = get_filter(store, of->id, n)); n++)
+		mend_mark_of(filters, of, filter);
+}
+
+void mend_marks(cfl *filters, cfl *before, const naming_stores *now, object_kind kind,
+		const char *id)
+{
+	const naming_object of = { now, kind, id };
+	mend_named(filters, before, &of);
+	mend_named(filters, get_naming_store(now, kind), &of);
 	for (const char *list : POSTED_LISTS) {
 		for (const char *filter = get_first(list); filter; filter = get_next(list))
-			mend_mark(filters, now, class_id, filter);
+			mend_mark_of(filters, &of, filter);
 	}
 }

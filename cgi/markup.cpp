@@ -5,28 +5,44 @@
 
 #include "../store/text.h"
 
-static void print_escaped_character(char c)
+static const char MEANINGFUL[] = "<>&\"'";
+
+static void print_meaningful(char c)
 {
 	switch (c) {
-	case '<': printf("&lt;"); break;
-	case '>': printf("&gt;"); break;
-	case '&': printf("&amp;"); break;
-	case '"': printf("&quot;"); break;
-	case '\'': printf("&#39;"); break;
-	default: putchar(c);
+	case '<': fputs("&lt;", stdout); break;
+	case '>': fputs("&gt;", stdout); break;
+	case '&': fputs("&amp;", stdout); break;
+	case '"': fputs("&quot;", stdout); break;
+	case '\'': fputs("&#39;", stdout); break;
 	}
 }
 
+/* What means nothing goes out as it stands, as long as it does. */
 void print_escaped(const char *text)
 {
-	for (; *text; text++)
-		print_escaped_character(*text);
+	for (;;) {
+		size_t plain = strcspn(text, MEANINGFUL);
+		fwrite(text, 1, plain, stdout);
+		text += plain;
+		if (!*text)
+			return;
+		print_meaningful(*text++);
+	}
 }
 
+/* The words may hold a NUL, and end without one. */
 static ssize_t take_words(void *, const char *words, size_t size)
 {
-	for (size_t i = 0; i < size; i++)
-		print_escaped_character(words[i]);
+	size_t plain = 0;
+	for (size_t i = 0; i < size; i++) {
+		if (!words[i] || !strchr(MEANINGFUL, words[i]))
+			continue;
+		fwrite(words + plain, 1, i - plain, stdout);
+		print_meaningful(words[i]);
+		plain = i + 1;
+	}
+	fwrite(words + plain, 1, size - plain, stdout);
 	return static_cast<ssize_t>(size);
 }
 
@@ -40,6 +56,13 @@ FILE *escaped(void)
 		end_without_memory();
 	setvbuf(stream, nullptr, _IONBF, 0); // so that both streams keep their order
 	return stream;
+}
+
+void print_hidden(const char *name, const char *value)
+{
+	printf("<input type='hidden' name='%s' value='", name);
+	print_escaped(value);
+	printf("'>");
 }
 
 void print_encoded(const char *text)

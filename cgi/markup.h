@@ -7,6 +7,9 @@
 /* Prints text so that it means nothing to the browser: in a page, or in a quoted attribute. */
 void print_escaped(const char *text);
 
+/* Prints a hidden field of a form. name is ours. */
+void print_hidden(const char *name, const char *value);
+
 /* Prints text as the value of a field in an address. */
 void print_encoded(const char *text);
 

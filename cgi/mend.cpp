@@ -158,13 +158,22 @@ static void mend_discipline(const edit *of)
 		set_value(of, "QDISC", DEFAULT_DISCIPLINE);
 }
 
+/* A root's save makes the bands that it names and that are not there. */
+static void add_bands(const edit *of, cfl *after)
+{
+	int count = cfl_get_sections_count(after);
+	for (int i = 2; i <= count; i++)
+		cfl_section_insert(of->store, cfl_section_get_name_by_position(after, i));
+}
+
 void mend_object(object_kind kind, const char *id, cfl *store, cfl *after)
 {
 	edit of = { kind, store, id, cfl_section_insert(store, id) != 0 };
 	tables them = {};
 	if (kind == CLASS)
 		read_tables(&them, &of);
-	if (is_posted("changed")) {
+	// The handler of the bands is our own, and asks what was changed.
+	if (is_posted("changed") && kind != BASIC) {
 		for (const field &row : FIELDS[kind])
 			mend_field(&of, &row, after);
 		if (kind == CLASS)
@@ -176,4 +185,6 @@ void mend_object(object_kind kind, const char *id, cfl *store, cfl *after)
 		mend_days(&of, &them);
 	if (kind == POLICY)
 		mend_discipline(&of);
+	if (kind == BASIC)
+		add_bands(&of, after);
 }

@@ -11,8 +11,16 @@
 #include "../store/text.h"
 #include "edit.h"
 #include "marks.h"
+#include "markup.h"
 
 static const size_t ALERT_SIZE = 400; // bytes
+
+static bool is_in_page; // set by tell_in_page, read by tell
+
+void tell_in_page(void)
+{
+	is_in_page = true;
+}
 
 void tell(const char *format, ...)
 {
@@ -21,6 +29,12 @@ void tell(const char *format, ...)
 	va_start(args, format);
 	vsnprintf(alert, sizeof(alert), format, args);
 	va_end(args);
+	if (is_in_page) {
+		printf("<p class='msg warn'><b>Note:</b> ");
+		print_escaped(alert);
+		printf("</p>\n");
+		return;
+	}
 	for (char *at = alert; *at; at++) {
 		unsigned char c = static_cast<unsigned char>(*at);
 		if (strchr("'\"\\<>&", *at) || c < ' ' || c >= 0x7F)
@@ -138,7 +152,13 @@ static void tell_object(object_kind kind, const edit *of)
 		tell_lone_units(of);
 		break;
 	case FILTER: tell_lists(of); break;
-	case PORT: case IP: case BASIC: break; // name nothing, or have no page
+	case BASIC: // bands that a root names are made with it
+		tell_missing(of, "HIGH", BASIC, "first band");
+		tell_missing(of, "MIDDLE", BASIC, "second band");
+		tell_missing(of, "LOW", BASIC, "third band");
+		tell_filters(of);
+		break;
+	case PORT: case IP: break; // name nothing
 	}
 }
 

@@ -12,6 +12,9 @@ void tell_references(object_kind kind, const char *id);
 /* Tells the user who still names an object that was deleted. */
 void tell_orphans(object_kind kind, const char *id);
 
+/* From here on tells in the page, a paragraph each, for an answer that does without scripts. */
+void tell_in_page(void);
+
 /* Shows an alert. What would end its text is shown as '?': ids and values of a store that was
  * edited by hand may hold anything. */
 void tell(const char *format, ...) __attribute__((format(printf, 1, 2)));

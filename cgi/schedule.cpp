@@ -131,7 +131,7 @@ bool check_tables(const tables *them, const edit *before, char *sentence, size_t
 		bool has_rate = *get_rate(before, table);
 		if (has_rate && *get_posted(DAYS_FIELD, table))
 			continue;
-		snprintf(sentence, size, "Scheduling Parameter %d is switched on and has no %s.",
+		snprintf(sentence, size, "Schedule %d is switched on and has no %s.",
 			 table + 1, has_rate ? "day" : "rate");
 		return false;
 	}

@@ -6,10 +6,12 @@
 #include "../store/text.h"
 #include "change.h"
 
+static const int READING_SECONDS = 1; // a page does not wait longer for who only holds the lock
+
 void read_stores(shown_stores *to)
 {
 	settle_stores();
-	int lock = begin_shared(); // none before the first change: there is nothing to wait for
+	int lock = begin_shared(READING_SECONDS); // none before the first change, or while it is held
 	for (int kind = 0; kind < KINDS_COUNT; kind++)
 		to->of[kind] = cfl_read(KINDS[kind].store);
 	if (lock >= 0)

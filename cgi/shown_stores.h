@@ -11,7 +11,7 @@ struct shown_stores {
 };
 
 /* Waits for an open change (settle_stores), then reads them under the shared lock, as one
- * generation. */
+ * generation; where others hold it for longer than a second, as they are. */
 void read_stores(shown_stores *to);
 
 /* The object at a position from 0 of a kind; null behind the last. Sections without a value count. */

@@ -10,11 +10,11 @@
 #include "../store/description.h"
 #include "../store/text.h"
 #include "change.h"
-#include "differences.h"
 #include "edit.h"
 #include "frame.h"
 #include "markup.h"
 #include "kind_pages.h"
+#include "marks.h"
 
 /* --- values, as the form shows them --- */
 
@@ -161,13 +161,14 @@ static void print_users(cfl *store, const char *except, bool *is_first)
  * name counts in JSON, and that is the first of them, as everywhere. */
 static void print_taken(const edit *of)
 {
-	cfl *bands = cfl_read(BASIC_STORE);
+	bool is_class = of->kind == CLASS;
+	cfl *others = cfl_read(is_class ? BASIC_STORE : CLASS_STORE);
 	bool is_first = true;
 	printf(",\"taken\":{");
-	print_users(bands, nullptr, &is_first);
-	print_users(of->store, of->id, &is_first);
+	print_users(is_class ? others : of->store, is_class ? nullptr : of->id, &is_first);
+	print_users(is_class ? of->store : others, is_class ? of->id : nullptr, &is_first);
 	printf("}");
-	cfl_free(bands);
+	cfl_free(others);
 }
 
 static int print_state(const edit *of)
@@ -183,7 +184,7 @@ static int print_state(const edit *of)
 		printf(",");
 	}
 	print_last_change(of);
-	if (of->kind == CLASS)
+	if (has_filters(of->kind))
 		print_taken(of);
 	printf("}\n");
 	return 0;

@@ -171,9 +171,9 @@ void describe_rule(const rule *it, char *text)
 		 it->choices ? it->choices : "");
 }
 
-void describe_fault(const rule *it, const char *field, const char *value, char *sentence)
+void describe_fault(const rule *it, const char *subject, const char *value, char *sentence)
 {
-	snprintf(sentence, SENTENCE_SIZE, "The field %s %s%s: allowed is %s%s%s.", field,
+	snprintf(sentence, SENTENCE_SIZE, "%s %s%s: allowed is %s%s%s.", subject,
 		 *value ? "holds " : "is empty", *value ? WORDS[it->form].wrong : "",
 		 WORDS[it->form].allowed, it->choices ? it->choices : "",
 		 it->may_be_empty ? ", or nothing" : "");

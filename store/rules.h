@@ -37,8 +37,8 @@ const size_t SENTENCE_SIZE = 400; // bytes for a sentence to the user
  * (SENTENCE_SIZE bytes). That it may be nothing is not said. */
 void describe_rule(const rule *it, char *text);
 
-/* Writes the sentence about a value that is not well formed: the name of its field, what is wrong
- * with it and what is allowed. */
-void describe_fault(const rule *it, const char *field, const char *value, char *sentence);
+/* Writes the sentence about a value that is not well formed: whose it is ("Ceil of class a"), what is
+ * wrong with it and what is allowed. */
+void describe_fault(const rule *it, const char *subject, const char *value, char *sentence);
 
 #endif

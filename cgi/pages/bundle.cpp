@@ -13,10 +13,11 @@
 #include "../../store/laid_aside.h"
 #include "../../store/text.h"
 #include "../change.h"
-#include "../differences.h"
 #include "../frame.h"
+#include "../log.h"
 #include "../markup.h"
 #include "../posted.h"
+#include "../saved.h"
 
 /* --- giving --- */
 
@@ -30,7 +31,8 @@ static void warn_of_gate(void)
 	kept_files bundle = NO_FILES;
 	if (text && read_bundle(&bundle, text, size) == BUNDLE_WELL) {
 		if (!check_bundle(&bundle, sentence, sizeof(sentence))) {
-			printf("<p>This bundle could not be brought back as it is. ");
+			printf("<p class='msg warn'><b>This bundle could not be brought back as it "
+			       "is:</b> ");
 			print_escaped(sentence);
 			printf("</p>\n");
 		}
@@ -44,13 +46,17 @@ static int offer_bundle(void)
 {
 	open_page("Bundle", AT_HISTORY);
 	print_heading("Bundle");
-	printf("<p><a href='main.cgi?obj=router&amp;type=bundle' download='qos-bundle.txt'>"
-	       "Download all settings</a> as one file.</p>\n"
-	       "<p><label>Bring settings back from a file: <input type='file' id='bundle'></label>"
-	       "</p>\n"
-	       "<div id='bundle_answer'></div>\n");
+	printf("<section class='card' aria-label='One file'>\n"
+	       "<p>All settings in one file, to be kept elsewhere and brought back.</p>\n"
+	       "<p><a class='btn' href='main.cgi?obj=router&amp;type=bundle' "
+	       "download='qos-bundle.txt'>Download</a></p>\n"
+	       "<p><label>Upload, to see first what it would change: "
+	       "<input type='file' id='bundle'></label></p>\n"
+	       "<noscript><p>For that the page needs its script.</p></noscript>\n");
 	warn_of_gate();
-	printf("<script src='../../qos_config/html/bundle.js'></script>\n");
+	printf("</section>\n"
+	       "<div class='card' id='bundle_answer' role='status' hidden>Asking the router</div>\n"
+	       "<script src='../../qos_config/html/bundle.js'></script>\n");
 	close_page();
 	return 0;
 }
@@ -72,12 +78,9 @@ static int give_bundle(void)
 
 int answer_bundle(void)
 {
-	const char *action = cgi_param("action");
-	if (action && strcmp(action, "offer") == 0)
+	if (cgi_param("action")) // which is none that changes something
 		return offer_bundle();
-	if (action)
-		return refuse("400 Bad Request", "The field action is not known: allowed is: offer.");
-	int lock = begin_shared();
+	int lock = begin_shared(LOCK_SECONDS);
 	if (lock < 0 && errno == ETIMEDOUT)
 		return refuse("503 Service Unavailable",
 			      "A change does not end. Try again in a moment.");
@@ -105,15 +108,13 @@ static int show_check(const kept_files *bundle)
 	printf("Revision: %s\r\n", revision);
 	open_page("What the bundle changes", AT_HISTORY);
 	print_heading("What the bundle changes");
-	int count = 0;
-	printf("<ul>\n");
-	bool told = tell_bundle(bundle, print_difference, &count);
-	printf("</ul>\n");
+	int count;
+	bool told = print_bundle_changes(bundle, &count);
 	if (!told)
-		printf("<p>Not all differences can be shown.</p>\n");
+		printf("<p class='msg warn'><b>Not all differences can be shown.</b></p>\n");
 	else if (count == 0)
 		printf("<p>All settings are those of the bundle already.</p>\n");
-	printf("<p>Nothing was changed yet.</p>\n");
+	printf("<p>Nothing was changed yet. An import changes all of it, or nothing.</p>\n");
 	close_page();
 	return 0;
 }
@@ -137,10 +138,11 @@ static int import(kept_files *bundle)
 		int reason = errno;
 		return refuse_unwritten(nullptr, reason, !is_change_open(), "");
 	}
+	log_deed("import", "bundle", nullptr);
 	open_page("The bundle was imported", AT_HISTORY);
 	print_heading("The bundle was imported");
-	printf("<p>All settings are those of the bundle. The <a "
-	       "href='main.cgi?obj=router&amp;type=history'>history</a> leads back.</p>\n");
+	printf("<p class='msg good'><b>All settings are those of the bundle.</b> They do not run yet. "
+	       "The <a href='main.cgi?obj=router&amp;type=history'>history</a> leads back.</p>\n");
 	close_page();
 	return 0;
 }

@@ -2,7 +2,8 @@
 #ifndef CGI_PAGES_HISTORY_H
 #define CGI_PAGES_HISTORY_H
 
-/* Prints the page. Returns the exit status. */
+/* Prints the page; with a field action, asks whether the entry that the request names and all later ones
+ * shall be undone. Returns the exit status. */
 int show_history(void);
 
 /* Brings back what was before the entry that the request names, as a change of its own. */

@@ -10,9 +10,7 @@
  *     desc   its description, "" for none
  *     use    who uses it, in words ("used by sip, rtp"; "root of WAN1 (LAN1)"), "" for nobody
  *     depth  of a class in its tree; 0 of others
- * classes in the order of their trees. Names that no page can show are left out. Of classes a member
- * "free" too: the priorities that the children of each parent leave free, as {"": "1-9", PARENT:
- * "2, 4-9"}. */
+ * classes in the order of their trees. Names that no page can show are left out. */
 int show_list_json(object_kind kind);
 
 #endif

@@ -19,96 +19,118 @@
 #include "../edit.h"
 #include "../faults.h"
 #include "../frame.h"
+#include "../kind_pages.h"
+#include "../log.h"
 #include "../markup.h"
 #include "../marks.h"
-#include "../kind_pages.h"
 #include "../posted.h"
+#include "../saved.h"
+#include "../words.h"
 
 static const size_t STORED_SENTENCE_SIZE = 800; // bytes
+static const char KEY_FIELD[] = "key[]", VALUE_FIELD[] = "value[]"; // one of each a value
 
 /* --- the page --- */
 
-static void print_hidden(const char *name, const char *value)
+/* "Rate <small>RATE</small>": as its page calls it, and as it is stored. */
+static void print_key(object_kind kind, const char *key)
 {
-	printf("<input type='hidden' name='%s' value='", name);
-	print_escaped(value);
-	printf("'>");
+	int index;
+	const field *row = find_key(kind, key, &index);
+	if (row && row->form)
+		printf("%s <small>", get_field_label(kind, row->form));
+	print_escaped(key);
+	if (row && row->form)
+		printf("</small>");
 }
 
-static void open_post(const char *obj, const char *type, const char *action)
+namespace {
+
+/* The form, fault by fault. */
+struct mending_form {
+	object_kind kind;
+	const char *id;
+	int count; // of what can be mended; the form opens at the first
+};
+
+} // namespace
+
+static void open_form(const mending_form *it)
 {
-	printf("<form method='POST' action='main.cgi'>");
-	print_hidden("obj", obj);
-	print_hidden("type", type);
-	print_hidden("action", action);
+	printf("<form method='post' class='card' action='main.cgi?obj=router&amp;type=repair&amp;"
+	       "action=mend'><h2>Instead</h2>\n<div class='form'>\n");
+	print_hidden("kind", KINDS[it->kind].word);
+	print_hidden("id", it->id);
+	char revision[REVISION_SIZE];
+	if (get_revision(it->kind, it->id, revision))
+		print_hidden("revision", revision);
+	printf("\n");
 }
 
-/* A name cannot be mended here: it stands in other objects too. to counts what can be. */
 static void print_fault(void *to, const fault *found)
 {
-	printf("<p>");
-	print_escaped(found->key ? found->key : "The name of the object");
-	printf(": ");
+	mending_form *form = static_cast<mending_form *>(to);
+	if (!found->key)
+		return; // the name, which is told above
+	if (form->count == 0)
+		open_form(form);
+	int n = form->count++;
+	printf("<label for='v%d'>", n);
+	if (strcmp(found->key, DESC_WORD) == 0)
+		printf("Description");
+	else
+		print_key(form->kind, found->key);
+	printf("</label>\n<div><input type='text' name='%s' id='v%d' aria-invalid='true' "
+	       "aria-describedby='e%d'><p class='e' id='e%d'>", VALUE_FIELD, n, n, n);
 	print_escaped(found->why);
-	printf(".");
-	if (found->key) {
-		++*static_cast<int *>(to);
-		print_hidden("key", found->key);
-		printf(" <label>Instead: <input type='text' name='value' value=''></label>");
-	}
-	printf("</p>\n");
-}
-
-/* What is wrong with a name that could be shown, but by which no form asks. */
-static void print_odd_name(object_kind kind, const char *id)
-{
-	char sentence[STORED_SENTENCE_SIZE];
-	if (check_stored_id(kind, id, sentence, sizeof(sentence)))
-		return;
-	printf("<p>");
-	print_escaped(sentence);
-	printf("</p>\n");
+	printf("</p>");
+	print_hidden(KEY_FIELD, found->key);
+	printf("</div>\n");
 }
 
 static void print_mending(object_kind kind, const char *id)
 {
-	open_post("router", "repair", "mend");
-	print_hidden("kind", KINDS[kind].word);
-	print_hidden("id", id);
-	char revision[REVISION_SIZE];
-	if (get_revision(kind, id, revision))
-		print_hidden("revision", revision);
-	printf("\n");
-	int count = 0;
-	tell_faults(kind, id, false, print_fault, &count);
-	if (count > 0)
-		printf("<p>An empty input deletes the value.</p>\n"
-		       "<input type='submit' value='Mend'>");
-	printf("</form>\n");
+	mending_form form = { kind, id, 0 };
+	tell_faults(kind, id, false, print_fault, &form);
+	if (form.count > 0)
+		printf("</div>\n<p>An empty field deletes the value.</p>\n"
+		       "<p><button type='submit' class='first'>Mend</button></p>\n</form>\n");
+}
+
+/* A name stands in other objects too, and is not mended here. */
+static void print_odd_name(const char *id)
+{
+	char sentence[SENTENCE_SIZE];
+	if (is_well_formed(&ID_RULE, id))
+		return;
+	describe_fault(&ID_RULE, "Its name", id, sentence);
+	print_refusal(sentence);
 }
 
 static void print_values(object_kind kind, const char *id)
 {
 	cfl *store = cfl_read(KINDS[kind].store);
 	int count = cfl_section_get_values_count(store, id);
-	printf("<table>\n");
+	printf("<section class='card' aria-label='What is stored'><table class='list'>\n"
+	       "<thead><tr><th scope='col'>Field</th><th scope='col'>Value</th></tr></thead>\n"
+	       "<tbody>\n");
 	for (int i = 2; i <= count; i++) {
 		int scratch, more_scratch;
-		printf("<tr><td>");
-		print_escaped(text(cfl_value_get_key_by_position(store, id, i)));
-		printf("</td><td>");
+		printf("<tr><th scope='row'>");
+		print_key(kind, text(cfl_value_get_key_by_position(store, id, i)));
+		printf("</th><td><code>");
 		print_escaped(text(cfl_value_get_by_position(store, id, i, &scratch,
 							      &more_scratch)));
-		printf("</td></tr>\n");
+		printf("</code></td></tr>\n");
 	}
 	const char *word = KINDS[kind].desc_word;
 	const char *desc = word ? read_desc(id, word) : nullptr;
 	if (desc) {
-		printf("<tr><td>description</td><td>");
+		printf("<tr><th scope='row'>Description</th><td><code>");
 		print_escaped(desc);
-		printf("</td></tr>\n");
+		printf("</code></td></tr>\n");
 	}
-	printf("</table>\n");
+	printf("</tbody>\n</table></section>\n");
 	cfl_free(store);
 }
 
@@ -116,21 +138,21 @@ static void print_deleting(object_kind kind, const char *id)
 {
 	if (kind == POLICY && is_well_formed(&ID_RULE, id))
 		return; // policies stay
-	open_post(KINDS[kind].word, "display", "delete");
-	print_hidden("id", id);
-	printf("<input type='submit' value='Delete' onclick=\"return confirm('%s')\"></form>\n",
-	       PAGES[kind].question);
+	printf("<p><a class='btn' href='main.cgi?obj=%s&amp;type=list&amp;action=ask&amp;id=",
+	       KINDS[kind].word);
+	print_encoded(id);
+	printf("'>Delete</a></p>\n");
 }
 
 int show_repair(object_kind kind, const char *id)
 {
-	open_page("Needs repair", AT_NONE);
+	open_page("Needs repair", PAGES[kind].place);
 	print_heading("Needs repair");
-	printf("<p>The %s ", KINDS[kind].word);
+	printf("<p class='msg warn'><b>The %s ", PAGES[kind].one);
 	print_escaped(id);
-	printf(" holds what cannot stand on its page. It is shown here as plain text.</p>\n");
+	printf(" holds what cannot stand on its page.</b> It is shown here as plain text.</p>\n");
+	print_odd_name(id);
 	print_values(kind, id);
-	print_odd_name(kind, id);
 	print_mending(kind, id);
 	print_deleting(kind, id);
 	close_page();
@@ -147,20 +169,20 @@ static bool is_desc(object_kind kind, const char *key)
 /* Whether all keys have a value each, and may have it; answers the request where not. */
 static bool check_values(object_kind kind, const char *id)
 {
-	int count = count_posted("key");
-	if (count == 0 || count != count_posted("value")) {
-		refuse("400 Bad Request", "Each field key has one field value.");
+	int count = count_posted(KEY_FIELD);
+	if (count == 0 || count != count_posted(VALUE_FIELD)) {
+		refuse("400 Bad Request", "Each field key[] has one field value[].");
 		return false;
 	}
 	for (int n = 0; n < count; n++) {
-		const char *key = is_desc(kind, get_posted("key", n)) ? nullptr
-								      : get_posted("key", n);
+		const char *key = is_desc(kind, get_posted(KEY_FIELD, n)) ? nullptr
+								      : get_posted(KEY_FIELD, n);
 		char sentence[STORED_SENTENCE_SIZE], name[FILE_NAME_SIZE];
 		if (!key && !make_description_name(name, kind, id)) {
 			refuse("400 Bad Request", "An object of this name has no description.");
 			return false;
 		}
-		if (!check_stored_value(kind, id, key, get_posted("value", n), sentence,
+		if (!check_stored_value(kind, id, key, get_posted(VALUE_FIELD, n), sentence,
 					sizeof(sentence))) {
 			refuse("400 Bad Request", "%s", sentence);
 			return false;
@@ -205,9 +227,9 @@ static void delete_value(const edit *of, const char *key)
 static bool mend_values(object_kind kind, const char *id, cfl *store)
 {
 	const edit of = { kind, store, id, true };
-	for (int n = count_posted("key") - 1; n >= 0; n--) {
-		const char *key = get_posted("key", n);
-		const char *value = get_posted("value", n);
+	for (int n = count_posted(KEY_FIELD) - 1; n >= 0; n--) {
+		const char *key = get_posted(KEY_FIELD, n);
+		const char *value = get_posted(VALUE_FIELD, n);
 		if (is_desc(kind, key)) {
 			if (!mend_desc(kind, id, value))
 				return false;
@@ -220,22 +242,23 @@ static bool mend_values(object_kind kind, const char *id, cfl *store)
 	return true;
 }
 
-/* A class may name other filters now. */
+/* A class or band may name other filters now. */
 static bool save_mended(object_kind kind, const char *id, cfl *store, cfl *filters)
 {
-	if (kind == CLASS) {
-		cfl *before = cfl_read(CLASS_STORE);
-		cfl *bands = cfl_read(BASIC_STORE);
-		const naming_stores now = { store, bands };
-		mend_marks(filters, before, &now, id);
+	if (has_filters(kind)) {
+		bool is_class = kind == CLASS;
+		cfl *before = cfl_read(KINDS[kind].store);
+		cfl *others = cfl_read(is_class ? BASIC_STORE : CLASS_STORE);
+		const naming_stores now = { is_class ? store : others, is_class ? others : store };
+		mend_marks(filters, before, &now, kind, id);
 		cfl_free(before);
-		cfl_free(bands);
+		cfl_free(others);
 	}
 	const changed_store changed[] = {
 		{ KINDS[kind].store, store },
 		{ FILTER_STORE, filters },
 	};
-	return save_stores(changed, kind == CLASS ? 2 : 1);
+	return save_stores(changed, has_filters(kind) ? 2 : 1);
 }
 
 static bool begin_repair(object_kind kind, const char *id)
@@ -246,7 +269,7 @@ static bool begin_repair(object_kind kind, const char *id)
 	char desc[FILE_NAME_SIZE];
 	const char *names[3] = { KINDS[kind].word };
 	int count = 1;
-	if (kind == CLASS)
+	if (has_filters(kind))
 		names[count++] = KINDS[FILTER].word;
 	if (make_description_name(desc, kind, id))
 		names[count++] = desc;
@@ -255,7 +278,7 @@ static bool begin_repair(object_kind kind, const char *id)
 
 static int carry_out(object_kind kind, const char *id, cfl *store, cfl *filters)
 {
-	if (kind == CLASS && !filters)
+	if (has_filters(kind) && !filters)
 		return refuse_without_filters();
 	if (cfl_section_get_values_count(store, id) == 0)
 		return refuse("409 Conflict", "There is no such object any more.");
@@ -268,12 +291,9 @@ static int carry_out(object_kind kind, const char *id, cfl *store, cfl *filters)
 		return refuse_unwritten(HISTORY_DIR, errno, true, "");
 	if (mend_values(kind, id, store) && save_mended(kind, id, store, filters) &&
 	    commit_change()) {
-		begin_page();
-		tell_recovery();
-		printf("<script language='javascript'>"
-		       "location.replace('main.cgi?obj=%s&type=list')</script>\n",
-		       KINDS[kind].word);
-		return 0;
+		log_deed("repair", KINDS[kind].word, id);
+		print_saved_cookie();
+		return answer_done(kind, "");
 	}
 	return give_up("");
 }
@@ -287,13 +307,16 @@ int answer_repair(void)
 	if (strcmp(text(cgi_param("action")), "mend") != 0)
 		return refuse("400 Bad Request",
 			      "The field action is not known: allowed is: mend.");
+	char sentence[SENTENCE_SIZE];
+	if (!check_posted(kind, sentence, sizeof(sentence)))
+		return refuse("400 Bad Request", "%s", sentence);
 	if (!check_values(kind, id))
 		return 0;
 	int lock = begin_exclusive();
 	if (lock < 0)
 		return 0;
 	cfl *store = cfl_read(KINDS[kind].store);
-	cfl *filters = kind == CLASS ? cfl_read(FILTER_STORE) : nullptr;
+	cfl *filters = has_filters(kind) ? cfl_read(FILTER_STORE) : nullptr;
 	int status = carry_out(kind, id, store, filters);
 	cfl_free(filters);
 	cfl_free(store);

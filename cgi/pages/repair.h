@@ -8,7 +8,7 @@
 /* Prints the page of an object; id is a section of its store. Returns the exit status. */
 int show_repair(object_kind kind, const char *id);
 
-/* Stores the posted values: fields kind and id, and for each value a field key and one value, where
+/* Stores the posted values: fields kind and id, and for each value a field key[] and one value[], where
  * an empty value deletes the key. Each must be what the field of that key may hold. */
 int answer_repair(void);
 

@@ -247,31 +247,34 @@ static const struct {
 	const char *query, *sentence;
 } SENTENCES[] = {
 	{ "id=..",
-	  "The field id holds no id: allowed is 1 to 32 letters, digits and _ . -, the first of "
-	  "them a letter or a digit, without two dots in a row." },
+	  "Name of the policy holds no id: allowed is 1 to 32 letters, digits and _ . -, the first "
+	  "of them a letter or a digit, without two dots in a row. It held: .." },
 	{ "id=",
-	  "The field id is empty: allowed is 1 to 32 letters, digits and _ . -, the first of them "
-	  "a letter or a digit, without two dots in a row." },
+	  "Name of the policy is empty: allowed is 1 to 32 letters, digits and _ . -, the first of "
+	  "them a letter or a digit, without two dots in a row." },
 	{ "root_class=%2F",
-	  "The field root_class holds no id: allowed is 1 to 32 letters, digits and _ . -, the "
-	  "first of them a letter or a digit, without two dots in a row, or nothing." },
-	{ "rate=x",
-	  "The field rate holds no number: allowed is a number of 1 to 10 digits, or nothing." },
+	  "Root Class of the policy holds no id: allowed is 1 to 32 letters, digits and _ . -, the "
+	  "first of them a letter or a digit, without two dots in a row, or nothing. It held: /" },
+	{ "rate=x&id=fibre",
+	  "Rate of class fibre holds no number: allowed is a number of 1 to 10 digits, or nothing. "
+	  "It held: x" },
 	{ "leaf=x",
-	  "The field leaf holds none of the choices: allowed is one of: none sfq pfifo bfifo." },
-	{ "tos=8",
-	  "The field tos holds none of the choices: allowed is one of: 0 1 2 3 4 5 6 7, or "
-	  "nothing." },
+	  "Discipline of the class holds none of the choices: allowed is one of: none sfq pfifo "
+	  "bfifo. It held: x" },
+	{ "tos=8&id=sip",
+	  "TOS of filter sip holds none of the choices: allowed is one of: 0 1 2 3 4 5 6 7, or "
+	  "nothing. It held: 8" },
 	{ "port_list=x",
-	  "The field port_list holds no port: allowed is a port (80) or an ascending range "
-	  "(1024-2048), within 0 to 65535." },
+	  "Entries of the port list holds no port: allowed is a port (80) or an ascending range "
+	  "(1024-2048), within 0 to 65535. It held: x" },
 	{ "ip_list=x",
-	  "The field ip_list holds no address: allowed is an address (192.168.1.10), one with a "
-	  "prefix length (192.168.1.0/24), or an ascending range of its last number "
-	  "(192.168.1.10-20)." },
-	{ "desc=%0A",
-	  "The field desc holds no single line of text: allowed is one line of at most 99 bytes of "
-	  "UTF-8, without control characters and without the characters < > &, or nothing." },
+	  "Entries of the address list holds no address: allowed is an address (192.168.1.10), one "
+	  "with a prefix length (192.168.1.0/24), or an ascending range of its last number "
+	  "(192.168.1.10-20). It held: x" },
+	{ "desc=%0A&id=LAN1",
+	  "Description of policy LAN1 holds no single line of text: allowed is one line of at most "
+	  "99 bytes of UTF-8, without control characters and without the characters < > &, or "
+	  "nothing. It held: \n" },
 };
 
 TEST(check_fields, says_which_field_is_wrong_and_what_is_allowed)
@@ -286,16 +289,17 @@ static const struct {
 	object_kind kind;
 	const char *field, *value;
 	int most;
+	const char *subject;
 } COUNTS[] = {
-	{ PORT, "port_list", "80", 17 },
-	{ IP, "ip_list", "10.0.0.1", 17 },
-	{ CLASS, "filter_id", "f", 64 },
-	{ CLASS, "unuse_filter_id", "f", 64 },
-	{ CLASS, "time_enable", "enable", 3 },
-	{ CLASS, "start_hour", "01", 3 },
-	{ CLASS, "time_cburst_unit", "KB", 3 },
-	{ CLASS, "dow[6]", "6", 3 },
-	{ BASIC, "filter_id", "f", 64 },
+	{ PORT, "port_list", "80", 17, "Entries of the port list" },
+	{ IP, "ip_list", "10.0.0.1", 17, "Entries of the address list" },
+	{ CLASS, "filter_id", "f", 64, "Filters of the class" },
+	{ CLASS, "unuse_filter_id", "f", 64, "Filters of others of the class" },
+	{ CLASS, "time_enable", "enable", 3, "Switch of a schedule of the class" },
+	{ CLASS, "start_hour", "01", 3, "From of a schedule of the class" },
+	{ CLASS, "time_cburst_unit", "KB", 3, "Unit of the Cburst of a schedule of the class" },
+	{ CLASS, "dow[6]", "6", 3, "Days of a schedule of the class" },
+	{ BASIC, "filter_id", "f", 64, "Filters of the band" },
 };
 
 static std::string repeated(const char *field, const char *value, int count)
@@ -312,11 +316,20 @@ TEST(check_fields, refuses_more_values_than_the_record_of_a_form_holds)
 		EXPECT_EQ(sentence_on(row.kind, repeated(row.field, row.value, row.most)), "");
 		for (int count : { row.most + 1, row.most + 100 }) {
 			EXPECT_EQ(sentence_on(row.kind, repeated(row.field, row.value, count)),
-				  "The field " + std::string(row.field) + " has " +
-					  std::to_string(count) + " values: allowed are at most " +
+				  row.subject + std::string(": ") + std::to_string(count) +
+					  " values, and allowed are at most " +
 					  std::to_string(row.most) + ".");
 		}
 	}
+}
+
+TEST(check_fields, shows_the_start_of_a_long_value)
+{
+	const std::string told = "Rate of the class holds no number: allowed is a number of 1 to 10 "
+				 "digits, or nothing. It held: ";
+	const std::string most(60, '1');
+	EXPECT_EQ(sentence_on(CLASS, "rate=" + most), told + most);
+	EXPECT_EQ(sentence_on(CLASS, "rate=" + most + "2"), told + most + "...");
 }
 
 /* The first of them counts. */

@@ -42,6 +42,18 @@ TEST(frame, escaped_texts_open_no_tag_and_end_no_attribute)
 		  "&lt;a href=&#39;x&#39; id=&quot;y&quot;&gt;&amp;amp;");
 }
 
+TEST(frame, words_written_to_the_page_are_escaped_and_keep_their_place)
+{
+	EXPECT_EQ(printed_by([] {
+		printf("[");
+		fputs("<b>&'\"", escaped());
+		printf("|");
+		fprintf(escaped(), "%s%c%d", "plain", '\0', 5);
+		fputs("", escaped());
+		printf("]");
+	}).out, std::string("[&lt;b&gt;&amp;&#39;&quot;|plain") + '\0' + "5]");
+}
+
 TEST(frame, encoded_texts_are_one_value_of_an_address)
 {
 	EXPECT_EQ(printed_as(print_encoded, "aZ09-._"), "aZ09-._");
@@ -55,6 +67,6 @@ TEST(frame, a_refusal_shows_its_sentence_as_text)
 		return refuse("400 Bad Request", "<%s>", "&");
 	}).out;
 	EXPECT_EQ(page.substr(0, page.find('\n')), "Status: 400 Bad Request\r");
-	EXPECT_NE(page.find("<p>&lt;&amp;&gt;</p>"), std::string::npos);
+	EXPECT_NE(page.find("<p class='msg bad'><b>&lt;&amp;&gt;</b>"), std::string::npos);
 	EXPECT_EQ(count_of(page, "\r\n\r\n"), 1u);
 }
