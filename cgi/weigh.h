@@ -5,8 +5,8 @@
 
 #include "../store/kinds.h"
 
-/* Answers obj=KIND&type=display&action=weigh, a POST of the form's fields as a save posts them, which
- * changes nothing and takes no lock. JSON:
+/* Answers obj=KIND&type=display&action=weigh, a POST of the form's fields as a save posts them, and
+ * new=1 of a form for a new object, which changes nothing and takes no lock. JSON:
  *     means   list of sentences: what the form says, in words
  *     slots   list of texts, one a schedule table of the page (3): what it does, "off" where it is
  *             switched off; of a class only
