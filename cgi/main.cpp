@@ -21,6 +21,8 @@
 #include "handlers.h"
 #include "kind_pages.h"
 #include "pages/apply.h"
+#include "pages/ask_delete.h"
+#include "pages/bands.h"
 #include "pages/bundle.h"
 #include "pages/curves.h"
 #include "pages/explain.h"
@@ -84,14 +86,17 @@ static int get_mode(object_kind kind, request_action action, const char *id)
 	return MODE_VIEW;
 }
 
-/* The revision goes along as a header, and as a cookie that the page script can read. */
+/* The revision goes along as a header, and as a cookie that the page script can read and deletes. The
+ * form of the bands has it in a field. */
 static void print_revision(object_kind kind, const char *id)
 {
 	char revision[REVISION_SIZE];
-	if (get_revision(kind, id, revision))
-		printf("Revision: %s\r\n"
-		       "Set-Cookie: revision-%s-%s=%s; Path=/; SameSite=Strict\r\n",
-		       revision, KINDS[kind].word, id, revision);
+	if (!get_revision(kind, id, revision))
+		return;
+	printf("Revision: %s\r\n", revision);
+	if (kind != BASIC)
+		printf("Set-Cookie: revision-%s-%s=%s; Path=/; SameSite=Strict\r\n",
+		       KINDS[kind].word, id, revision);
 }
 
 static int display(object_kind kind, request_action action, char *id)
@@ -105,7 +110,8 @@ static int display(object_kind kind, request_action action, char *id)
 		return show_repair(faulty_kind, faulty_id);
 	if (id && shows_object)
 		print_revision(kind, id);
-	begin_page();
+	if (kind != BASIC) // whose pages are our own, and have a frame
+		begin_page();
 	call_display(kind, id, mode);
 	return 0;
 }
@@ -129,6 +135,11 @@ static bool is_odd_object(object_kind kind, request_action action, const char *i
 	       store_has(kind, id);
 }
 
+static bool is_form_of_bands(object_kind kind, request_action action)
+{
+	return kind == BASIC && (action == DO_SAVE || action == DO_UPDATE);
+}
+
 static int answer_form(object_kind kind, request_action action)
 {
 	char *id = cgi_param("id");
@@ -136,7 +147,8 @@ static int answer_form(object_kind kind, request_action action)
 	bool is_odd = is_odd_object(kind, action, id);
 	if ((!is_odd && !check_fields(kind, sentence)) ||
 	    !check_posted(kind, sentence, sizeof(sentence)))
-		return refuse_request(sentence);
+		return is_form_of_bands(kind, action) ? answer_ill_formed_bands(sentence)
+						      : refuse_request(sentence);
 	if (action >= DO_SAVE)
 		return change(kind, action, id);
 	return is_odd ? show_repair(kind, id) : display(kind, action, id);
@@ -160,9 +172,11 @@ static bool find_action(request_action *action)
 static int answer_list(object_kind kind)
 {
 	char sentence[SENTENCE_SIZE];
+	const char *action = text(cgi_param("action"));
+	if (strcmp(action, "ask") == 0) // of any name that is in the store
+		return ask_delete(kind, cgi_param("id"));
 	if (!check_fields(kind, sentence))
 		return refuse_request(sentence);
-	const char *action = text(cgi_param("action"));
 	return strcmp(action, "json") == 0 ? show_list_json(kind) : show_list(kind);
 }
 
@@ -175,8 +189,8 @@ static int answer_kind(object_kind kind, bool is_post)
 	if (strcmp(type, "display") != 0)
 		return refuse_request("The field type is not known: allowed is one of: "
 				      "display list.");
-	if (is_post && strcmp(text(cgi_param("action")), "weigh") == 0)
-		return answer_weigh(kind);
+	if (strcmp(text(cgi_param("action")), "weigh") == 0)
+		return is_post ? answer_weigh(kind) : refuse_method(is_post);
 	if (!find_action(&action))
 		return refuse_request("The field action is not known: allowed is one of: "
 				      "new edit open view save update delete.");
@@ -199,12 +213,6 @@ static int answer_history_post(void)
 	return answer_back();
 }
 
-/* A change that is asked for with GET would be shown as a page, as if it were done. */
-static int answer_history(void)
-{
-	return cgi_param("action") ? refuse_method(false) : show_history();
-}
-
 static int refuse_bundle_form(void)
 {
 	return refuse_request("A bundle is posted as a file.");
@@ -216,26 +224,34 @@ struct router_page {
 	const char *type;
 	int (*get)(void);  // null: it is not asked for with GET
 	int (*post)(void); // null: nothing is posted to it
+	const char *look;  // the action that changes nothing; null for none
 };
 
 } // namespace
 
 /* The pages of the router around the kinds. */
 static const router_page ROUTER_PAGES[] = {
-	{ "overview", show_overview, nullptr },
-	{ "apply", show_apply, answer_apply },
-	{ "curves", show_curves, nullptr },
-	{ "week", show_week, nullptr },
-	{ "explain", show_explain, nullptr },
-	{ "history", answer_history, answer_history_post },
-	{ "bundle", answer_bundle, refuse_bundle_form },
-	{ "first", show_first_steps, answer_first_steps },
-	{ "rename", show_rename, answer_rename },
-	{ "repair", nullptr, answer_repair },
-	{ "state", answer_state, nullptr },
-	{ "rules", answer_rules, nullptr },
-	{ "status", answer_status, nullptr },
+	{ "overview", show_overview, nullptr, nullptr },
+	{ "apply", show_apply, answer_apply, "check" },
+	{ "curves", show_curves, nullptr, nullptr },
+	{ "week", show_week, nullptr, nullptr },
+	{ "explain", show_explain, nullptr, nullptr },
+	{ "history", show_history, answer_history_post, "ask" },
+	{ "bundle", answer_bundle, refuse_bundle_form, "offer" },
+	{ "first", show_first_steps, answer_first_steps, "look" },
+	{ "rename", show_rename, answer_rename, nullptr },
+	{ "repair", nullptr, answer_repair, nullptr },
+	{ "state", answer_state, nullptr, nullptr },
+	{ "rules", answer_rules, nullptr, nullptr },
+	{ "status", answer_status, nullptr, nullptr },
 };
+
+/* A change that is asked for with GET would be shown as a page, as if it were done. */
+static bool is_change_by_get(const router_page *row, bool is_post)
+{
+	const char *action = cgi_param("action");
+	return !is_post && row->post && action && !(row->look && strcmp(action, row->look) == 0);
+}
 
 static int answer_router(bool is_post)
 {
@@ -243,7 +259,8 @@ static int answer_router(bool is_post)
 	for (const router_page &row : ROUTER_PAGES) {
 		int (*way)(void) = is_post ? row.post : row.get;
 		if (strcmp(type, row.type) == 0)
-			return way ? way() : refuse_method(is_post);
+			return way && !is_change_by_get(&row, is_post) ? way()
+								       : refuse_method(is_post);
 	}
 	return refuse_request("The field type is not known: allowed is one of: overview apply "
 			      "curves week explain history bundle first rename repair state rules "
