@@ -1,5 +1,4 @@
-/* Fields are checked by the router's own rules before they are sent, so that a wrong one is named
- * beside it. Where the rules cannot be had, the router's own check stands. */
+/* Fields are checked by the router's own rules, and something is said beside them. */
 
 function is_allowed(rule, value)
 {
@@ -10,12 +9,10 @@ function is_allowed(rule, value)
 	return !value.includes('\n') && new RegExp(`^(?:${rule.pattern})$`, 'u').test(value);
 }
 
-/* What is sent of a field. */
 function get_sent(field)
 {
 	if (field.type === 'checkbox' && !field.checked)
 		return [];
-	// Of a description that is stored in several lines the router takes the first.
 	if (field.name === 'desc' && get_value(field)[0] === at(place.shown, 'desc', 0))
 		return [field.value.split('\n')[0]];
 	return get_value(field);
@@ -23,13 +20,9 @@ function get_sent(field)
 
 function find_fault(field)
 {
-	const rule = rules && rules[field.name];
-	return rule && field.name !== 'unuse_filter_id' ? find_fault_of(rule, get_sent(field)) : '';
-}
-
-/* In words; empty where the values are allowed. */
-function find_fault_of(rule, values)
-{
+	const rule = rules && rules[field.name], values = get_sent(field);
+	if (!rule || field.name === 'unuse_filter_id')
+		return '';
 	if (values.length > rule.most)
 		return `at most ${rule.most} are taken, and these are ${values.length}`;
 	if (values.every(value => is_allowed(rule, value)))
@@ -37,38 +30,87 @@ function find_fault_of(rule, values)
 	return `allowed is ${rule.allowed}${rule.empty ? ', or nothing' : ''}`;
 }
 
-/* Says something beside a field: what is wrong with it, or what is stored instead. */
-function note(field, kind, text)
+let said_count = 0;
+
+/* In the row of the grid below a field, or behind it. */
+function find_room(field)
 {
-	const said = document.createElement('span');
-	said.className = kind;
-	said.textContent = text;
-	field.after(said);
+	const cell = field.closest('.sheet .f');
+	if (!cell)
+		return field.closest('td') || field.parentNode;
+	const unit = cell.nextElementSibling, end = unit && unit.matches('.u') ? unit : cell;
+	const room = end.nextElementSibling;
+	if (room && room.matches('.er'))
+		return room;
+	const made = make('td', { className: cell.previousElementSibling?.previousElementSibling ?
+		'er second' : 'er' });
+	end.after(made);
+	return made;
+}
+
+/* Ties what is said of a field to it. */
+function tie(field)
+{
+	const said = all('.said').filter(({ of }) => of === field);
+	field.setAttribute('aria-describedby', said.map(({ id }) => id).join(' '));
+	field.ariaInvalid = said.some(one => one.matches('.e'));
+}
+
+function note(field, kind, text, is_error = kind === 'wrong')
+{
+	const said = make('p', { id: `said-${said_count++}`, of: field, textContent: text,
+		className: `said ${kind}${is_error ? ' e' : ''}` }, find_room(field));
+	tie(field);
 	return said;
 }
 
-function remove_notes(kind)
+function remove_notes(kind, field)
 {
-	for (const said of document.querySelectorAll('span.' + kind))
+	for (const said of all('.said.' + kind).filter(({ of }) => !field || of === field)) {
 		said.remove();
-	for (const field of fields_of(page.form))
-		field.removeAttribute('aria-invalid');
+		tie(said.of);
+	}
 }
 
-/* The first wrong field gets the focus. */
+function check_field(field)
+{
+	const fault = find_fault(field);
+	remove_notes('wrong', field);
+	if (fault)
+		note(field, 'wrong', fault);
+}
+
+/* What is mended leaves the sum. */
+function count_wrong()
+{
+	const [box] = all('#wrong');
+	all('#wrong p').filter(({ of }) => of.ariaInvalid !== 'true').forEach(line => line.remove());
+	const { length } = all('#wrong p');
+	if (length)
+		box.firstChild.textContent =
+			`${length === 1 ? 'One field is' : length + ' fields are'} not right yet`;
+	else if (box)
+		box.remove();
+	return length;
+}
+
+/* What is wrong is summed up above the form. */
 function check_form(form)
 {
-	let first = null;
-	remove_notes('wrong');
-	for (const field of fields_of(form)) {
-		const fault = find_fault(field);
-		if (!fault)
-			continue;
-		note(field, 'wrong', fault).setAttribute('role', 'alert');
-		field.setAttribute('aria-invalid', 'true');
-		first = first || field;
+	fields_of(form).forEach(check_field);
+	all('#wrong').forEach(old => old.remove());
+	const box = make('div', { id: 'wrong', className: 'msg bad', tabIndex: -1 });
+	make('b', {}, box);
+	for (const { of, firstChild } of all('.said.e', form)) {
+		make('a', { href: '#', textContent: `${name_of(of)}: ${firstChild.textContent}`,
+			onclick() {
+				unfold(of);
+				of.focus();
+			} }, make('p', { of }, box));
 	}
-	if (first)
-		first.focus();
-	return !first;
+	form.before(box);
+	if (!count_wrong())
+		return true;
+	box.focus();
+	return false;
 }

@@ -1,32 +1,37 @@
-/* The class page: its two lists of filters, and the parameters of the leaf qdisc. */
+/* Who else names a filter, by filter. */
+let owners = {};
 
-let owners = {}; // the class or band beside this one that names a filter, by filter
-
-function get_filters()
+function get_filter_options()
 {
 	const { filter_id, unuse_filter_id } = page.form.elements;
-	return get_value(filter_id).concat(get_value(unuse_filter_id));
+	return [...filter_id.options, ...unuse_filter_id.options];
 }
 
-/* A filter that another class names is offered as that one's. */
 function show_owners(taken)
 {
-	const { filter_id, unuse_filter_id } = page.form.elements;
-	const known = get_filters();
-	owners = taken || {};
-	for (const id of Object.keys(owners).filter(taken_id => !known.includes(taken_id)))
-		unuse_filter_id.add(new Option(id, id));
-	for (const option of [...filter_id.options, ...unuse_filter_id.options]) {
+	const known = get_filter_options().map(({ value }) => value);
+	owners = { __proto__: null, ...taken };
+	for (const id of Object.keys(owners).filter(one => !known.includes(one)))
+		page.form.elements.unuse_filter_id.add(new Option(id, id));
+	for (const option of get_filter_options()) {
 		const owner = owners[option.value];
-		option.text = owner ? `${option.value} (${owner})` : option.value;
+		option.text = option.value + (owner ? ` (${owner})` : '');
 	}
 }
 
-/* Whether the class takes the filter, though another has it. */
+/* What a filter takes stands behind its name. */
+async function word_filters()
+{
+	const list = await ask_list('filter');
+	for (const option of get_filter_options()) {
+		const found = list.find(({ id }) => id === option.value);
+		option.text += found ? ': ' + found.holds : '';
+	}
+}
+
 function agree(id)
 {
-	const before = place.shown.filter_id || [];
-	if (!owners[id] || before.includes(id) || place.shared.includes(id))
+	if (!is_others(id) || place.shared.includes(id))
 		return true;
 	if (!confirm(`${owners[id]} has the filter ${id}. Give it to this class too?`))
 		return false;
@@ -34,76 +39,30 @@ function agree(id)
 	return true;
 }
 
-/* Those too that became another's while this page was open. */
-function agree_to_all()
-{
-	return get_value(page.form.elements.filter_id).every(agree);
-}
-
-/* All: of the filters of others none. */
-function moveDualList(from, to, all)
+function moveDualList(from, to, is_all)
 {
 	const takes = to.name === 'filter_id';
-	for (const option of Array.from(from.options)) {
-		const is_meant = all ? !(takes && owners[option.value]) : option.selected;
+	for (const option of [...from.options]) {
+		const is_meant = is_all ? !(takes && owners[option.value]) : option.selected;
 		if (!is_meant || (takes && !agree(option.value)))
 			continue;
 		option.selected = false;
 		to.append(option);
 	}
-	keep();
+	keep_now();
 }
 
-/* Parameters of the leaf qdisc. An input that is not shown is not posted, and its value
- * is dropped from the class. */
-function set_param(place_id, label, name, value)
+/* An input of the leaf qdisc that is not shown is not posted, and its value is dropped. */
+function change_qdisc(kind, ...values)
 {
-	const holder = document.getElementById(place_id);
-	holder.textContent = '';
-	if (!name)
-		return;
-	const caption = document.createElement('label'), input = document.createElement('input');
-	caption.textContent = label + ' ';
-	input.type = 'text';
-	input.size = 10;
-	input.name = name;
-	input.defaultValue = value;
-	caption.append(input);
-	holder.append(caption);
+	all('#param1, #param2').forEach((holder, i) => {
+		const [text, unit, name] = (LEAVES[kind] || [])[i] || [], label = make('label');
+		holder.replaceChildren(...name ? [label] : []);
+		label.append(text + ' ', make('input', { type: 'text', name, defaultValue: values[i] || '' }),
+			make('span', { textContent: ' ' + unit }));
+	});
 }
 
-function display_sfq(quantum, perturb)
-{
-	set_param('param1', 'Quantum (bytes)', 'quantum', quantum);
-	set_param('param2', 'Perturb (seconds)', 'perturb', perturb);
-}
-
-function display_pfifo(limit)
-{
-	set_param('param1', 'Limit (packets)', 'limit', limit);
-	set_param('param2');
-}
-
-function display_bfifo(limit)
-{
-	set_param('param1', 'Limit (bytes)', 'limit', limit);
-	set_param('param2');
-}
-
-function display_none()
-{
-	set_param('param1');
-	set_param('param2');
-}
-
-function change_qdisc(kind)
-{
-	if (kind === 'sfq')
-		display_sfq('', '');
-	else if (kind === 'pfifo')
-		display_pfifo('');
-	else if (kind === 'bfifo')
-		display_bfifo('');
-	else
-		display_none();
-}
+const [display_sfq, display_pfifo, display_bfifo] =
+	Object.keys(LEAVES).map(kind => change_qdisc.bind(null, kind));
+const display_none = change_qdisc;

@@ -1,100 +1,64 @@
-/* A form that is filled in again, after a refused save, a reload or on the way back, is held
- * against what is stored by then. */
+/* A form that is filled in again is held against what is stored by then. */
 
-/* Says something above the form, with buttons: a label and what it does each. */
 function tell(text, buttons)
 {
-	const notice = document.createElement('p');
-	for (const old of document.querySelectorAll('p.notice'))
-		old.remove();
-	notice.className = 'notice';
-	notice.setAttribute('role', 'status');
-	notice.append(text);
-	for (const [label, press] of buttons)
-		notice.append(' ', make_button(label, press));
+	const notice = make('p', { className: 'notice msg warn', role: 'status', textContent: text });
+	all('.notice').forEach(old => old.remove());
+	buttons.forEach(button => notice.append(' ', make_button(...button)));
 	page.form.before(notice);
 }
 
-function make_button(label, press)
+function make_button(textContent, onclick)
 {
-	const button = document.createElement('button');
-	button.type = 'button';
-	button.textContent = label;
-	button.addEventListener('click', press);
-	return button;
-}
-
-function tell_typed()
-{
-	tell('What was typed here is back, and is not saved yet.', [['forget it', forget]]);
+	return make('button', { type: 'button', className: 'small', textContent, onclick });
 }
 
 function tell_deleted()
 {
-	tell(`${page.id} has been deleted meanwhile.`, [
-		['save mine as new', save_anew],
-		['forget it', leave_to_list]]);
+	tell(`${page.id} has been deleted meanwhile.`, [['save mine as new', () => {
+		place.shown = {};
+		go_save(page.form);
+	}], ['forget it', () => {
+		leave();
+		location.replace(`main.cgi?obj=${page.kind}&type=list`);
+	}]]);
 }
 
-function leave_to_list()
-{
-	leave();
-	location.replace(`main.cgi?obj=${page.kind}&type=list`);
-}
+const as_words = list => list.filter(Boolean).join(', ') || 'nothing';
 
-function save_anew()
-{
-	place.shown = {};
-	send(page.form, { action: 'save' });
-}
-
-function as_words(list)
-{
-	return list.filter(Boolean).join(', ') || 'nothing';
-}
-
-/* The stored value stands beside each field that differs. */
 function show_differences(stored)
 {
-	const form = page.form;
-	const now = collect(form, get_value);
-	const mine = find_changes(now, place.shown);
-	const missing = Object.keys(stored).filter(name => is_parameter(name) && !now[name]);
+	const { form } = page, now = collect(form), mine = find_changes(now, place.shown);
 	for_each_field(form, (field, n) => {
-		const { name } = field;
-		if (name === 'id' || name === 'unuse_filter_id' || !stored[name])
-			return;
-		const is_list = field.type === 'select-multiple';
-		const is_equal = is_list ? is_same(now, stored, name) :
-			at(now, name, n) === at(stored, name, n);
-		if (is_equal)
+		const { name, type } = field;
+		if (!stored[name] || !differs(field, n, now, stored))
 			return;
 		const is_changed = mine.includes(name.startsWith('dow[') ? 'days' : name);
-		const words = field.type === 'checkbox' ? (at(stored, name, n) ? 'on' : 'off') :
-			as_words(is_list ? stored[name] : [at(stored, name, n)]);
+		const words = type === 'checkbox' ? (at(stored, name, n) ? 'on' : 'off') :
+			as_words(type === 'select-multiple' ? stored[name] : [at(stored, name, n)]);
 		note(field, 'stored', `stored: ${words}${is_changed ? '' : ' (stays)'}`);
 	});
-	for (const name of missing)
-		note(form.elements.leaf, 'stored', `stored ${name}: ${as_words(stored[name])}`);
+	for (const name of Object.keys(stored)) {
+		if (/^(quantum|perturb|limit)$/.test(name) && !now[name])
+			note(form.elements.leaf, 'stored', `stored ${name}: ${as_words(stored[name])}`);
+	}
 }
 
 function tell_conflict(state, stored)
 {
 	const when = state.changed ? ` (${state.changed.when}, ${state.changed.who})` : '';
 	show_differences(stored);
-	tell(`${page.id} has been changed meanwhile${when}. ` +
-		'What is stored stands beside your values.',
-	[['save mine over it', () => save_mine(state, stored)],
-		['take what is stored', forget]]);
+	tell(`${page.id} has been changed meanwhile${when}. What is stored stands beside your values.`,
+		[['save mine over it', () => save_mine(state, stored)], ['take what is stored', forget]]);
 }
 
-/* Only what the person changed goes over what is stored. */
 function save_mine(state, stored)
 {
-	const form = page.form;
-	const merged = merge(close_gaps(collect(form, get_value)), place.shown, stored);
+	const { form } = page;
+	const merged = merge(close_gaps(collect(form)), place.shown, stored);
 	if (merged.filter_id)
-		merged.unuse_filter_id = get_filters().filter(id => !merged.filter_id.includes(id));
+		merged.unuse_filter_id = get_filter_options().map(({ value }) => value)
+			.filter(id => !merged.filter_id.includes(id));
 	place.shown = stored;
 	place.revision = state.revision;
 	put_values(form, merged);
@@ -102,52 +66,37 @@ function save_mine(state, stored)
 		show_owners(state.taken);
 	remove_notes('stored');
 	keep();
-	send(form, { action: 'update' });
+	go_update(form);
 }
 
-/* --- what became of the form --- */
-
-/* Is every value that was changed stored by now? */
 function is_stored(changed, now, stored)
 {
 	const differing = find_changes(now, stored);
 	return changed.length > 0 && !changed.some(name => differing.includes(name));
 }
 
-/* Of a new object, or a copy: was it saved when it was last sent? */
+/* Was a new object, or a copy, saved when it was last sent? */
 async function went_through(now)
 {
-	const id = place.sent;
-	if (!id || !(await ask_ids(page.kind).catch(() => [])).includes(id))
-		return false;
-	const state = await ask_state(id);
+	const id = place.sent, known = id ? await ask_list(page.kind) : [];
+	const state = known.some(one => one.id === id) && await ask_state(id);
 	if (!state || !state.revision)
 		return false;
-	const given = find_given(now).filter(name => page.is_new || name !== 'filter_id');
-	return is_stored(given, now, get_stored(page.form, state.values));
+	const given = find_changes(now, {}).filter(name => page.is_new || name !== 'filter_id');
+	return is_stored(given, now, await get_stored(id, state));
 }
 
-/* Looks at a form that holds what was typed. */
 async function look_again(state)
 {
-	const now = close_gaps(collect(page.form, get_value));
-	if (await went_through(now)) {
+	const now = close_gaps(collect(page.form)), is_there = state && state.revision;
+	const stored = is_there && await get_stored(page.id, state);
+	if (await went_through(now) ||
+	    is_there && is_stored(find_changes(now, place.shown), now, stored))
 		forget();
-		return;
-	}
-	if (!state || page.is_new) {
-		tell_typed();
-		return;
-	}
-	if (!state.revision) {
+	else if (state && !is_there)
 		tell_deleted();
-		return;
-	}
-	const stored = get_stored(page.form, state.values);
-	if (is_stored(find_changes(now, place.shown), now, stored))
-		forget();
-	else if (state.revision !== place.revision)
+	else if (state && state.revision !== place.revision)
 		tell_conflict(state, stored);
 	else
-		tell_typed();
+		tell('What was typed here is back, and is not saved yet.', [['forget it', forget]]);
 }

@@ -1,23 +1,14 @@
-/* What a form holds: by name, the list of its values, for a name may stand on a page several times.
- * A box that is not checked holds '', a list of entries all of them, chosen or not. An absent name
- * and an empty value are the same. Nothing here changes a page but put_values(). */
+/* What a form holds: by name, the list of its values; '' for a box that is not checked. */
 
-/* Inputs that help to fill in a list, and are no fields of an object. */
 const HELPERS = ['num', 'mask', 'ip', 'sss', 'prefix'];
-
-const WEEK = [0, 1, 2, 3, 4, 5, 6];
 
 function fields_of(form)
 {
-	return Array.from(form.elements).filter(field =>
+	return [...form.elements].filter(field =>
 		field.name && field.type !== 'hidden' && field.type !== 'button');
 }
 
-/* A stored description ends with its file's line end. */
-function trim_end(text)
-{
-	return text.replace(/[\r\n]+$/, '');
-}
+const trim_end = text => text.replace(/[\r\n]+$/, '');
 
 function get_value(field)
 {
@@ -28,8 +19,7 @@ function get_value(field)
 	return [trim_end(field.value)];
 }
 
-/* As the page came, whatever was typed since. Where several options are marked, browsers show the
- * last; where none is, the first, but no device is a policy's unmarked. */
+/* As the page came. Browsers show the last marked option, else the first. */
 function get_displayed(field)
 {
 	if (field.type === 'select-multiple')
@@ -38,7 +28,7 @@ function get_displayed(field)
 		return [field.defaultChecked ? field.value : ''];
 	if (field.type !== 'select-one')
 		return [trim_end(field.defaultValue)];
-	const options = Array.from(field.options);
+	const options = [...field.options];
 	const marked = options.filter(option => option.defaultSelected).pop();
 	const shown = marked || (field.name === 'id' ? null : options[0]);
 	return [shown ? shown.value : ''];
@@ -49,7 +39,7 @@ function add_value(values, name, value)
 	values[name] = (values[name] || []).concat(value);
 }
 
-function collect(form, get)
+function collect(form, get = get_value)
 {
 	const values = {};
 	for (const field of fields_of(form))
@@ -57,7 +47,7 @@ function collect(form, get)
 	return values;
 }
 
-/* Calls visit(field, n) for each field: the n-th of its name, from 0. */
+/* n: the n-th of its name. */
 function for_each_field(form, visit)
 {
 	const counts = {};
@@ -68,81 +58,82 @@ function for_each_field(form, visit)
 	}
 }
 
+function put_list(field, list)
+{
+	field.replaceChildren(...list.map(entry => new Option(entry, entry)));
+}
+
 function put_values(form, values)
 {
-	if (values.leaf)
+	if (values.leaf) {
 		change_qdisc(values.leaf[0]); // makes inputs, which are filled below
-	if (values.leaf)
 		form.elements.leaf.value = values.leaf[0];
+	}
 	for_each_field(form, (field, n) => {
 		const list = values[field.name];
-		if (!list)
-			return;
-		if (field.type === 'select-multiple')
-			field.replaceChildren(...list.map(entry => new Option(entry, entry)));
-		else if (field.type === 'checkbox')
+		if (list && field.type === 'select-multiple')
+			put_list(field, list);
+		else if (list && field.type === 'checkbox')
 			field.checked = Boolean(list[n]);
-		else
+		else if (list)
 			field.value = list[n];
 	});
 }
 
-/* --- schedule tables --- */
+const is_of_tables = name => /^(time_|dow\[|(start|end)_hour$)/.test(name);
 
-function is_of_tables(name)
-{
-	return /^(time_|dow\[|(start|end)_hour$)/.test(name);
-}
+const get_switches = values => values.time_enable || [];
 
-function get_switches(values)
-{
-	return values.time_enable || [];
-}
-
-/* The digits of the days of a table. */
 function get_days(values, table)
 {
-	return WEEK.map(day => (values[`dow[${day}]`] || [])[table] || '').join('');
+	return [...'0123456'].map(day => at(values, `dow[${day}]`, table)).join('');
 }
 
 /* The router counts the tables that are switched on, so these go before the others. */
-function close_gaps(values)
+function get_order(values)
 {
 	const on = get_switches(values);
-	const order = [...on.keys()].sort((table, other) => !on[table] - !on[other]);
-	const closed = Object.assign({}, values);
+	return [...on.keys()].sort((table, other) => !on[table] - !on[other]);
+}
+
+function close_gaps(values)
+{
+	const order = get_order(values), closed = { ...values };
 	for (const name of Object.keys(values).filter(is_of_tables))
 		closed[name] = order.map(table => values[name][table]);
 	return closed;
 }
 
-/* --- comparing --- */
+function get_tables(form)
+{
+	return Object.fromEntries(Object.entries(close_gaps(collect(form)))
+		.filter(([name]) => is_of_tables(name)));
+}
 
+function differs({ name, type }, n, now, then)
+{
+	return !HELPERS.includes(name) && name !== 'unuse_filter_id' && (type === 'select-multiple' ?
+		!is_same(now, then, name) : at(now, name, n) !== at(then, name, n));
+}
+
+/* A unit says nothing where its number is empty. */
 function at(values, name, n)
 {
-	return (values[name] || [])[n] || '';
+	const number = name.replace(/_unit$/, '');
+	return (number === name || at(values, number, n)) && (values[name] || [])[n] || '';
 }
 
 function is_same(values, others, name)
 {
-	return (values[name] || []).join('\n') === (others[name] || []).join('\n');
+	const [one, other] = [values, others].map(of => (of[name] || []).map((_, n) => at(of, name, n)));
+	return one.join('\n') === other.join('\n');
 }
 
-/* A unit says nothing where its number is empty. */
-function says_something(values, name, n)
-{
-	const number = /^(.*)_unit$/.exec(name);
-	return at(values, name, n) !== '' && !(number && at(values, number[1], n) === '');
-}
-
-/* A table that is switched on now has all its values stored, so each that says something counts. One
- * that was switched off keeps what the router has of it, so one that was emptied counts too. */
+/* Of a table that is switched on now all that says something is stored. */
 function is_table_changed(now, then, name, table)
 {
-	if (at(now, name, table) !== at(then, name, table))
-		return true;
-	return at(now, 'time_enable', table) && !at(then, 'time_enable', table) &&
-		says_something(now, name, table);
+	const value = at(now, name, table), is_on = values => at(values, 'time_enable', table);
+	return value !== at(then, name, table) || value && is_on(now) && !is_on(then);
 }
 
 function are_days_changed(now, then, table)
@@ -151,57 +142,35 @@ function are_days_changed(now, then, table)
 		get_days(now, table) !== get_days(then, table);
 }
 
-/* The names of the fields whose values differ. The days of the tables are one, "days". Both have
- * no gaps between their tables. */
+/* The days are one, "days". Both have no gaps. */
 function find_changes(now, then)
 {
 	const tables = [...get_switches(now).keys()];
-	const names = Object.keys(Object.assign({}, now, then)).filter(name =>
-		!HELPERS.includes(name) && name !== 'id' && name !== 'unuse_filter_id' &&
-		!name.startsWith('dow['));
-	const changed = names.filter(name => is_of_tables(name) ?
-		tables.some(table => is_table_changed(now, then, name, table)) :
-		!is_same(now, then, name));
+	const changed = Object.keys({ ...now, ...then }).filter(name =>
+		!HELPERS.includes(name) && !/^(id$|unuse|dow)/.test(name) &&
+		(is_of_tables(name) ? tables.some(table => is_table_changed(now, then, name, table)) :
+			!is_same(now, then, name)));
 	if (tables.some(table => are_days_changed(now, then, table)))
 		changed.push('days');
 	return changed;
 }
 
-/* The names of the fields that a new object of these values gets. */
-function find_given(values)
-{
-	return find_changes(values, {}).filter(name =>
-		is_of_tables(name) || name === 'days' || says_something(values, name, 0));
-}
-
-/* Is there anything that leaving the page would lose? */
 function is_typed_in(now, then)
 {
-	return Object.keys(Object.assign({}, now, then)).some(name =>
+	return Object.keys({ ...now, ...then }).some(name =>
 		name !== 'unuse_filter_id' && name !== 'sss' && !is_same(now, then, name));
 }
 
-/* What would be typed into the form displayed anew, given the stored values, and what was typed:
- * the fields that the person changed stay, the others are as stored. */
 function merge(now, then, stored)
 {
-	const merged = Object.assign({}, stored);
-	const changed = find_changes(now, then);
+	const merged = { ...stored }, changed = find_changes(now, then);
 	for (const name of Object.keys(now)) {
-		if (HELPERS.includes(name) || name === 'id')
-			merged[name] = now[name];
-		else if (is_of_tables(name))
+		if (is_of_tables(name))
 			merged[name] = now[name].map((value, table) =>
-				is_mine(now, then, name, table) ? value : at(stored, name, table));
-		else if (changed.includes(name))
+				(name.startsWith('dow[') ? get_days(now, table) !== get_days(then, table) :
+					at(now, name, table) !== at(then, name, table)) ? value : stored[name][table]);
+		else if (HELPERS.includes(name) || name === 'id' || changed.includes(name))
 			merged[name] = now[name];
 	}
 	return merged;
-}
-
-function is_mine(now, then, name, table)
-{
-	if (name.startsWith('dow['))
-		return get_days(now, table) !== get_days(then, table);
-	return at(now, name, table) !== at(then, name, table);
 }

@@ -1,43 +1,29 @@
-/* What belongs to a filled-in form is kept with the page's place in the browser's history, so that
- * Back, a reload and a refused save find it again, and no other page does: the revision and the
- * values that were displayed, what was typed over them, the filters that were taken although
- * another class names them, and the id under which the form was last sent to be saved anew. */
+/* What is kept with the page's place in the browser's history, for Back, a reload, a refused save. */
 
-const PAUSE = 150;  // ms after the last key; browsers refuse a page that writes without a pause
-const AGAIN = 3000; // ms after which a page that did not leave can be left and sent again
+const PAUSE = 150;  // ms after the last key
+const AGAIN = 3000; // ms after which a page that did not leave can be sent again
 
-let page = null; // the form with its kind, id and whether it is of a new object; by begin()
-let place = { revision: null, shown: {}, typed: null, shared: [], sent: null };
+let page = null; // the form, its kind, its id, is_new, is_copy
+/* revision, what was typed, the id last sent to be saved anew, and whether show_line() ran. */
+let place = { shown: {}, shared: [] };
 let pause = 0;
-let sent = false;    // a form is being sent; a second click does not send it twice
-let leaving = false; // the person was asked, or what was typed is being sent
+let sent = false;    // being sent
+let leaving = false; // unasked
 
-/* A form without a button is only looked at. */
-function find_page()
+function find_page(form)
 {
-	const form = document.forms[0];
-	const button = form && /_entry$/.test(form.name) &&
-		/go_(save|update)\(/.exec(Array.from(document.links, get_action).join());
+	const button = /go_(save|update)\(/.exec([...document.links].map(get_action).join());
 	if (!button)
 		return null;
-	unselect_device(form.elements.id);
-	return { form, kind: form.elements.obj.value, id: get_displayed(form.elements.id)[0],
-		is_new: button[1] === 'save' };
-}
-
-/* A policy of no device of the page is not shown as that of the first: what is sent names none. */
-function unselect_device(id)
-{
-	if (id.options && !Array.from(id.options).some(option => option.defaultSelected))
+	const { id, obj } = form.elements;
+	// A policy of no device of the page is not that of the first.
+	if (id.options && ![...id.options].some(option => option.defaultSelected))
 		id.selectedIndex = -1;
+	return { form, kind: obj.value, id: get_displayed(id)[0], is_new: button[1] === 'save' };
 }
 
-function get_action(link)
-{
-	return link.getAttribute('onclick') || '';
-}
+const get_action = link => link.getAttribute('onclick') || '';
 
-/* The revision of what is displayed comes in a cookie, which is for this page alone. */
 function take_revision(kind, id)
 {
 	const name = `revision-${kind}-${id}=`;
@@ -48,35 +34,32 @@ function take_revision(kind, id)
 	return cookie.slice(name.length);
 }
 
-function is_dirty()
-{
-	return is_typed_in(collect(page.form, get_value), place.shown);
-}
+const is_dirty = () => is_typed_in(collect(page.form), place.shown);
 
 function keep()
 {
 	clearTimeout(pause);
-	place.typed = is_dirty() ? collect(page.form, get_value) : null;
+	place.typed = is_dirty() ? collect(page.form) : null;
 	history.replaceState(place, '');
-	if (place.typed)
-		window.addEventListener('beforeunload', ask_before_leaving);
-	else
-		window.removeEventListener('beforeunload', ask_before_leaving);
+	name_changes();
+	window.onbeforeunload = place.typed && (event => {
+		keep();
+		if (!leaving && place.typed)
+			event.preventDefault();
+	});
 }
 
 function keep_soon()
 {
 	clearTimeout(pause);
 	pause = setTimeout(keep, PAUSE);
+	weigh_soon();
 }
 
-function ask_before_leaving(event)
+function keep_now()
 {
 	keep();
-	if (leaving || !place.typed)
-		return;
-	event.preventDefault();
-	event.returnValue = ''; // what older browsers look at
+	weigh_soon();
 }
 
 function leave()
@@ -85,17 +68,15 @@ function leave()
 	setTimeout(() => { leaving = sent = false; }, AGAIN);
 }
 
-/* Reads the page anew, without what was typed. */
 function forget()
 {
 	clearTimeout(pause);
 	leave();
-	window.removeEventListener('beforeunload', ask_before_leaving);
+	window.onbeforeunload = null;
 	history.replaceState(null, '');
 	location.reload();
 }
 
-/* Whether what was typed may be left behind; it is kept for the way back all the same. */
 function may_leave()
 {
 	if (!is_dirty())
@@ -109,6 +90,9 @@ function may_leave()
 function watch(form)
 {
 	form.addEventListener('input', keep_soon);
-	form.addEventListener('change', keep);
+	form.addEventListener('change', keep_now);
+	form.addEventListener('focusout', ({ target }) => target.name && check_field(target));
+	form.addEventListener('keydown', press_in_form);
 	keep();
+	weigh();
 }

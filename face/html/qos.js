@@ -1,97 +1,86 @@
-/* What every QoS page needs. The buttons on the pages call functions by name, so those names are
- * fixed, odd spellings included.
- *
- *     qos       the page as it is opened, and its image buttons
- *     form      what a form holds, compared
- *     place     what is kept with the page's place in the browser's history
- *     state     what is stored, and the rules of the fields: asked of the router
- *     check     fields held against the rules
- *     send      sending a form
- *     copy      sending it under another id
- *     conflict  a form filled in again, held against what is stored by then
- *     chooser   choosing an id from a list
- *     entries, class  what only the list pages and the class page need
- */
-
-/* The buttons are links to "#". Followed, each would put the page into the browser's history
- * once more, and cancel after an add would lead only back to the page itself. */
+/* A followed "#" would put the page into the browser's history. */
 document.addEventListener('click', event => {
-	const link = event.target.closest('a');
-	if (link && link.getAttribute('href') === '#')
+	if (event.target.closest('a[href="#"]'))
 		event.preventDefault();
 });
 
-/* Hovered buttons. Two buttons of a page may bear one name, so the image under the
- * pointer goes before the first of that name. */
-let swapped = null;
+/* Named by the printed buttons. */
+function MM_swapImage() {}
+const MM_swapImgRestore = MM_swapImage, MM_swapImgrestore = MM_swapImage, go_choose = MM_swapImage;
 
-function MM_swapImage(name, unused, source)
+const histroy = history;
+
+const all = (selector, root = document) => [...root.querySelectorAll(selector)];
+
+function make(tag, properties, parent)
 {
-	let image = window.event && window.event.target;
-	if (!image || image.name !== name)
-		image = document.images[name];
-	MM_swapImgRestore();
-	if (!image)
-		return;
-	swapped = { image, source: image.src };
-	image.src = source;
+	const made = Object.assign(document.createElement(tag), properties);
+	if (parent)
+		parent.append(made);
+	return made;
 }
 
-function MM_swapImgRestore()
+/* Another device is another policy. */
+function change_device()
 {
-	if (swapped)
-		swapped.image.src = swapped.source;
-	swapped = null;
+	const device = document.policy_entry.elements.id, id = device.value;
+	device.value = page ? page.id : id;
+	if (!page || may_leave())
+		location.href = 'main.cgi?obj=policy&type=display&action=open&id=' + encodeURIComponent(id);
 }
 
-const MM_swapImgrestore = MM_swapImgRestore;
-
-/* The button images carry no text of their own for readers that show none. */
-function name_images()
-{
-	for (const image of document.images) {
-		const button = /button\/([a-z]+)01_01/.exec(image.src);
-		if (button)
-			image.alt = button[1];
-	}
-}
-
-/* --- the page as it is opened --- */
-
-/* Without a store's revision in the answer's cookie, that of this moment counts. Of a class page
- * is asked, besides, which filters other classes have. */
+/* Without a revision in the answer's cookie, that of this moment counts. */
 async function look(is_filled_in)
 {
-	const is_class = page.kind === 'class';
-	if (page.is_new ? !is_class : !is_class && !is_filled_in && place.revision)
+	const { kind, is_new } = page, is_class = kind === 'class';
+	const is_line = kind === 'policy';
+	if (is_line && is_new)
+		show_line({});
+	if (!is_class && (is_new || !is_line && !is_filled_in && place.revision))
 		return is_filled_in && look_again(null);
-	const state = await ask_state(page.is_new ? '' : page.id);
-	if (is_class && state)
-		show_owners(state.taken);
+	const state = await ask_state(is_new ? '' : page.id);
+	if (is_class) {
+		show_owners(state && state.taken);
+		word_filters();
+	}
+	if (is_line)
+		show_line(state);
 	if (is_filled_in)
-		return look_again(state);
-	if (state && !page.is_new)
+		return look_again(is_new ? null : state);
+	if (state && !is_new)
 		place.revision = place.revision || state.revision;
+}
+
+async function fill_frame()
+{
+	const { login, bar, saved } = await ask('status', document.policy_entry && { kind: 'policy' }) || {}, [top, main] = all('.top, main');
+	if (login)
+		make('span', { className: 'who', textContent: login }, top);
+	top.insertAdjacentHTML('afterend', bar || '');
+	if (saved)
+		main.prepend(make('p', { className: 'msg good', textContent: saved }));
 }
 
 function begin()
 {
-	name_images();
-	page = find_page();
+	const form = document.querySelector('main form');
+	page = find_page(form);
+	dress(form);
+	fill_frame();
 	if (!page)
 		return;
 	const revision = take_revision(page.kind, page.id);
-	const is_filled_in = Boolean(history.state && history.state.typed);
-	// What is kept here is more than browsers keep themselves.
-	page.form.autocomplete = 'off';
-	if (is_filled_in)
+	const is_filled_in = Boolean(history.state?.typed);
+	form.autocomplete = 'off';
+	if (is_filled_in) {
 		place = history.state;
-	else
-		Object.assign(place, { revision, shown: collect(page.form, get_displayed) });
-	if (is_filled_in)
-		put_values(page.form, place.typed);
+		put_values(form, place.typed);
+	} else {
+		Object.assign(place, { revision, shown: collect(form, get_displayed) });
+	}
+	fold_unused(form);
 	fix_id();
-	watch(page.form);
+	watch(form);
 	ask_rules();
 	look(is_filled_in);
 }
@@ -99,16 +88,9 @@ function begin()
 document.addEventListener('DOMContentLoaded', begin);
 
 /* Browsers may show a page that was left as it was then. */
-window.addEventListener('pageshow', async event => {
-	if (!event.persisted || !page)
-		return;
-	sent = leaving = false;
-	fix_id();
-	if (is_dirty() || page.is_new) {
-		look(is_dirty());
-		return;
+window.addEventListener('pageshow', event => {
+	if (event.persisted) {
+		leave();
+		location.reload();
 	}
-	const state = await ask_state(page.id);
-	if (state && state.revision !== place.revision)
-		forget();
 });

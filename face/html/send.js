@@ -1,60 +1,36 @@
-/* Sending a form. Beside its fields go the revision that it was filled in over, the names of the
- * fields that were changed, the days of each schedule table that is switched on, and the filters
- * that are taken although another class names them. */
-
 function go_save(form)
 {
-	send(form, { action: 'save' });
+	send(form, 'save');
 }
 
 function go_update(form)
 {
-	send(form, { action: 'update' });
+	send(form, page.is_copy ? 'save' : 'update');
 }
 
-/* Named by the save buttons of some pages; there is nothing to choose before a save. */
-function go_choose()
-{
-}
-
-/* A copy under another id. The filters of a class stay with it: two classes do not share one
- * unasked. */
-function send_copy(form, id)
-{
-	send(form, { action: 'save', id });
-}
-
-async function send(form, post)
+async function send(form, action)
 {
 	if (sent)
 		return;
 	sent = true;
-	close_chooser();
-	close_tables(form);
-	if (!check_form(form) || !await get_ready(form, post)) {
+	put_values(form, get_tables(form));
+	const is_taken = !window.take_typed || take_typed(form);
+	await weigh();
+	if (!check_form(form) || !is_taken || !await get_ready(form, action)) {
 		sent = false;
 		return;
 	}
-	place.sent = post.action === 'save' ? post.id || form.elements.id.value.trim() : null;
+	place.sent = action === 'save' && form.elements.id.value;
 	keep();
 	leave();
-	form.addEventListener('formdata', event => add_fields(event.formData, form, post),
+	form.addEventListener('formdata', event => add_fields(event.formData, form, action),
 		{ once: true });
 	form.submit();
 }
 
-function close_tables(form)
+async function get_ready(form, action)
 {
-	const values = collect(form, get_value);
-	const closed = close_gaps(values);
-	put_values(form, Object.fromEntries(
-		Object.entries(closed).filter(([name]) => is_of_tables(name))));
-}
-
-/* What has to be known before the form can be sent. */
-async function get_ready(form, post)
-{
-	if (post.action === 'update' && page.id && !place.revision) {
+	if (action === 'update' && page.id && !place.revision) {
 		const state = await ask_state(page.id);
 		if (state && !state.revision) {
 			tell_deleted();
@@ -62,41 +38,31 @@ async function get_ready(form, post)
 		}
 		place.revision = state && state.revision;
 	}
-	if (page.kind !== 'class' || post.id)
+	if (page.kind !== 'class' || page.is_copy)
 		return true;
-	if (page.is_new)
-		await ask_owners();
-	return agree_to_all();
-}
-
-/* The router refuses an update that takes what has become another's; of a new class it knows no
- * revision to hold that against. */
-async function ask_owners()
-{
-	const state = await ask_state('');
+	const state = page.is_new && await ask_state('');
 	if (state)
 		show_owners(state.taken);
+	return get_value(form.elements.filter_id).every(agree);
 }
 
-/* Of a list a browser sends what is selected in it: all that counts is named here. */
-function add_fields(data, form, post)
+/* Of a list a browser sends what is selected alone. */
+function add_fields(data, form, action)
 {
-	const values = collect(form, get_value);
-	const is_copy = post.id !== undefined;
-	const lists = fields_of(form).filter(field => field.type === 'select-multiple');
-	data.set('action', post.action);
+	const values = collect(form), { is_copy } = page;
+	data.set('action', action);
 	if (values.desc)
 		data.set('desc', values.desc[0].split('\n')[0]);
-	for (const { name } of lists) {
+	for (const { name, type } of fields_of(form)) {
+		if (type !== 'select-multiple')
+			continue;
 		data.delete(name);
 		(is_copy && page.kind === 'class' ? [] : get_list(values, name))
 			.forEach(entry => data.append(name, entry));
 	}
-	if (is_copy)
-		data.set('id', post.id);
-	else
-		get_shared(values).forEach(id => data.append('shared', id));
-	add_changes(data, values, post);
+	if (!is_copy)
+		(values.filter_id || []).filter(is_others).forEach(id => data.append('shared', id));
+	add_changes(data, values, action === 'update');
 	get_switches(values).forEach((on, table) => {
 		if (on)
 			data.append('days', get_days(values, table));
@@ -106,26 +72,20 @@ function add_fields(data, form, post)
 /* Handed back is only what left the class on this page. */
 function get_list(values, name)
 {
-	if (name !== 'unuse_filter_id')
-		return values[name];
-	return (place.shown.filter_id || []).filter(id => !values.filter_id.includes(id));
+	return name !== 'unuse_filter_id' ? values[name] :
+		(place.shown.filter_id || []).filter(id => !values.filter_id.includes(id));
 }
 
-/* Filters that are new to the class, and that another names. */
-function get_shared(values)
-{
-	const before = place.shown.filter_id || [];
-	return (values.filter_id || []).filter(id => owners[id] && !before.includes(id));
-}
+const is_others = id => owners[id] && !(place.shown.filter_id || []).includes(id);
 
-/* A new object gets every field that says something. */
-function add_changes(data, values, post)
+function add_changes(data, values, is_update)
 {
-	const is_update = post.action === 'update';
-	const names = is_update ? find_changes(values, place.shown) : find_given(values);
-	const sent_names = names.filter(name => !(post.id !== undefined && name === 'filter_id'));
+	const names = find_changes(values, is_update ? place.shown : {})
+		.filter(name => !(page.is_copy && name === 'filter_id'));
 	if (is_update && place.revision)
 		data.set('revision', place.revision);
-	for (const name of sent_names.length ? sent_names : [''])
+	if (is_update && LINE.every(name => is_same(values, place.shown, name)))
+		LINE.forEach(name => data.delete(name));
+	for (const name of names.length ? names : [''])
 		data.append('changed', name);
 }
