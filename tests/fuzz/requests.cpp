@@ -15,7 +15,7 @@
 static const size_t QUERY = 0, TYPE = 1, LENGTH = 2, HEAD_LINES = 3;
 static const unsigned SECONDS = 10;
 
-struct field {
+struct sent_field {
 	std::string name, value;
 };
 
@@ -36,9 +36,9 @@ static std::string decoded(const std::string &text)
 	return plain;
 }
 
-static std::vector<field> fields_in(const std::string &text)
+static std::vector<sent_field> fields_in(const std::string &text)
 {
-	std::vector<field> fields;
+	std::vector<sent_field> fields;
 	for (const std::string &piece : split(text, '&')) {
 		const size_t equals = piece.find('=');
 		const bool has_value = equals != std::string::npos;
@@ -49,20 +49,20 @@ static std::vector<field> fields_in(const std::string &text)
 	return fields;
 }
 
-static bool has_nul(const std::vector<field> &fields)
+static bool has_nul(const std::vector<sent_field> &fields)
 {
-	for (const field &known : fields) {
+	for (const sent_field &known : fields) {
 		if ((known.name + known.value).find('\0') != std::string::npos)
 			return true;
 	}
 	return false;
 }
 
-static void must_give(const std::vector<field> &fields, const std::string &name)
+static void must_give(const std::vector<sent_field> &fields, const std::string &name)
 {
 	const char *first = nullptr;
 	for (int round = 0; round < 2; round++) {
-		for (const field &known : fields) {
+		for (const sent_field &known : fields) {
 			if (known.name != name)
 				continue;
 			const char *value = cgi_param_multiple(name.c_str());
@@ -91,6 +91,7 @@ static const plain_fields PLAIN[] = {
 	    "tos" } },
 	{ PORT, { "id", "port_list" } },
 	{ IP, { "id", "ip_list" } },
+	{ BASIC, { "id", "low", "middle", "high", "filter_id" } },
 };
 
 static bool holds_only(const std::string &value, const char *marks)
@@ -103,15 +104,15 @@ static bool holds_only(const std::string &value, const char *marks)
 }
 
 /* The names of one kind; what is no field of a form is nobody's, and other lines are free. */
-static void must_be_plain(const std::vector<field> &fields, const plain_fields &kind)
+static void must_be_plain(const std::vector<sent_field> &fields, const plain_fields &kind)
 {
-	for (const field &known : fields) {
+	for (const sent_field &known : fields) {
 		for (const char *name : kind.names)
 			must(known.name != name ||
 				     (known.value.size() <= 32 && holds_only(known.value, "_.-/")),
 			     "a field that passes is plain");
 		const bool is_line = (known.name == "desc" && kind.kind != CLASS &&
-				      kind.kind != FILTER) ||
+				      kind.kind != FILTER && kind.kind != BASIC) ||
 				     (known.name == "nat" && kind.kind == FILTER);
 		must(!is_line || known.value.find_first_of("<>&\r\n\x7f\x1b") == std::string::npos,
 		     "a line that passes is one line without markup");
@@ -120,14 +121,14 @@ static void must_be_plain(const std::vector<field> &fields, const plain_fields &
 
 static int check_request(const std::string &query, const std::string &body, bool is_whole)
 {
-	std::vector<field> fields = fields_in(body);
-	for (const field &known : fields_in(query))
+	std::vector<sent_field> fields = fields_in(body);
+	for (const sent_field &known : fields_in(query))
 		fields.push_back(known);
 	const bool is_good = is_whole && !has_nul(fields);
 	must((cgi_get_status() == CGI_OK) == is_good, "a request is well formed or not");
 	if (!is_good)
 		fields.clear();
-	for (const field &known : fields)
+	for (const sent_field &known : fields)
 		must_give(fields, known.name.substr(0, known.name.find('\0')));
 	must_give(fields, "no such field in any seed");
 	char sentence[SENTENCE_SIZE] = "";

@@ -13,6 +13,18 @@ function describe({ method = 'GET', query = '', body = '', variables })
 	return line.length < 500 ? line : line.slice(0, 500) + '...';
 }
 
+function isUnsound(answer)
+{
+	if (!/^content-type: application\/json/im.test(answer.out))
+		return false;
+	try {
+		JSON.parse(answer.body);
+		return false;
+	} catch {
+		return true;
+	}
+}
+
 const [least = '1000'] = process.argv.slice(2);
 // A save that is refused for its taken id leaves the lock, which is no change.
 send(post({ obj: 'port', type: 'display', action: 'save', id: 'sip', port_list: '1' }));
@@ -25,6 +37,8 @@ for (const { set, statuses, request } of hostileRequests()) {
 	if (!statuses.includes(answer.status))
 		faults.push(`is answered with ${answer.status}, not ${statuses}: ` +
 			answer.body.slice(-300));
+	if (isUnsound(answer))
+		faults.push(`is no JSON: ${answer.body.slice(0, 300)}`);
 	const changed = differing(before, router());
 	if (changed.length > 0) {
 		faults.push(`changes ${changed.join(' ')}`);

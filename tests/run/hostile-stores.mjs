@@ -5,14 +5,16 @@ import fs from 'node:fs';
 import { spawnSync } from 'node:child_process';
 
 import { MARKS, hostileStores } from './hostile_stores.mjs';
-import { COMPILER, KINDS, STORES, differing, encoded, expect, faultsOf, finish, get, post, restore,
+import { COMPILER, KINDS as PRINTED, STORES, differing, encoded, expect, faultsOf, finish, get, post, restore,
 	send, stores, treeOf } from './router.mjs';
 
 const SCRIPTS = '/etc/script/qos_config/';
 const SECONDS = 60; // whatever takes longer hangs
+const KINDS = [...PRINTED, 'basic'];
 
 // The pages of a kind on which what the stores hold shows.
-const SHOWN = { policy: 'LAN1', class: 'fibre-web', filter: 'sip', port: 'sip', ip: 'phones' };
+const SHOWN = { policy: 'LAN1', class: 'fibre-web', filter: 'sip', port: 'sip', ip: 'phones',
+	basic: 'workshop' };
 const CHANGES = {
 	policy: { id: 'LAN1', root_class: 'fibre', default_class: 'fibre-rest', r2q: '11' },
 	class: { id: 'new', parent_id: 'fibre', prio: '3', rate: '8', rate_unit: 'Mbps',
@@ -21,6 +23,7 @@ const CHANGES = {
 	filter: { id: 'new', trans_proto: 'udp', prio: '1', int_ip_id: 'phones', tos: '5' },
 	port: { id: 'new', port_list: '5060-5061' },
 	ip: { id: 'new', ip_list: '192.168.1.200-219' },
+	basic: { id: 'new', shape: 'root', high: 'newer', middle: 'workshop-desk' },
 };
 const change = (kind, action) => post({ obj: kind, type: 'display',
 	action: kind === 'policy' ? 'update' : action, ...CHANGES[kind] });
@@ -30,9 +33,12 @@ const pagesOf = kind => [
 	get({ obj: kind, type: 'list' }), page(kind, 'edit', SHOWN[kind]), get({ obj: kind,
 	type: 'display', action: 'new' }),
 	get({ obj: 'router', type: 'state', kind, id: SHOWN[kind] }),
+	get({ obj: 'router', type: 'rename', kind, id: SHOWN[kind] }),
+	get({ obj: kind, type: 'list', action: 'json' }),
+	get({ obj: kind, type: 'list', action: 'ask', id: SHOWN[kind] }),
 ];
 const ALL_PAGES = [...KINDS.flatMap(kind => pagesOf(kind).slice(0, 2)),
-	get({ obj: 'router', type: 'history' })];
+	get({ obj: 'router', type: 'history' }), get({ obj: 'router', type: 'overview' })];
 
 // Names that are in the way of a listing, and those of sections that a page may be asked for.
 function sectionsIn(kind)
@@ -52,9 +58,10 @@ const isExpected = name => name.startsWith(`${STORES}/`) || name.startsWith(SCRI
 function checkPages(name, kind)
 {
 	const before = stores();
-	const odd = kind && kind !== 'basic' ? sectionsIn(kind).flatMap(id =>
-		[page(kind, 'view', id), page(kind, 'edit', id)]) : [];
-	const pages = kind && kind !== 'basic' ? [...pagesOf(kind), ...odd] : ALL_PAGES;
+	const odd = kind ? sectionsIn(kind).flatMap(id =>
+		[page(kind, 'view', id), page(kind, 'edit', id),
+			get({ obj: kind, type: 'list', action: 'ask', id })]) : [];
+	const pages = kind ? [...pagesOf(kind), ...odd] : ALL_PAGES;
 	for (const request of pages)
 		expect(`${name}: ${request.query}`, faultsOf(send(request), MARKS));
 	expect(`${name}: pages change nothing`, differing(before, stores()));
@@ -111,7 +118,7 @@ for (const [name, kind, make] of hostileStores()) {
 	make();
 	checkPages(name, kind);
 	checkCompile(name);
-	for (const changed of kind && kind !== 'basic' ? [kind] : ['class', 'port']) {
+	for (const changed of kind ? [kind] : ['class', 'port', 'basic']) {
 		checkChange(name, changed, 'save');
 		checkChange(name, changed, 'update');
 		const id = CHANGES[changed].id;

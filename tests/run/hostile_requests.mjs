@@ -65,6 +65,8 @@ const FIELDS = {
 		nat: 'LINE', tos: 'CHOICE_OR_NOTHING' },
 	port: { id: 'ID', desc: 'LINE', port_list: 'PORTS' },
 	ip: { id: 'ID', desc: 'LINE', ip_list: 'ADDRESSES' },
+	basic: { id: 'ID', low: 'REFERENCE', middle: 'REFERENCE', high: 'REFERENCE',
+		filter_id: 'ID' },
 };
 
 // An object of the sample, and what its page would post to leave it as it is.
@@ -77,6 +79,7 @@ const POSTED = {
 		ext_ip_id: 'provider', int_port_id: 'any-port', ext_port_id: 'sip', tos: '5' },
 	port: { id: 'sip', port_list: '5060-5061' },
 	ip: { id: 'phones', ip_list: '192.168.1.200-219' },
+	basic: { id: 'workshop-desk', shape: 'band', filter_id: 'desk' },
 };
 const change = (kind, action, more = {}) =>
 	({ obj: kind, type: 'display', action, ...POSTED[kind], ...more });
@@ -118,6 +121,8 @@ function* wrongMarks()
 	// Nobody looks at what names no filter that is posted; the save is one of a taken id.
 	for (const shared of without(ID, ''))
 		yield [[200, 400], post(change('class', 'save', { shared }))];
+	for (const shared of ID)
+		yield [400, post(change('basic', 'update', { shared }))];
 }
 
 function* tooMany()
@@ -127,6 +132,8 @@ function* tooMany()
 	yield [400, post(change('port', 'save', { id: 'new', port_list: many(5000, () => '1') }))];
 	yield [400, post(change('ip', 'update', { ip_list: many(18, i => `10.0.0.${i}`) }))];
 	yield [400, post(change('class', 'update', { filter_id: many(65, i => `f${i}`) }))];
+	yield [400, post(change('basic', 'update', { filter_id: many(65, i => `f${i}`) }))];
+	yield [400, post(change('basic', 'update', { shared: many(64, i => `f${i}`) }))];
 	yield [400, post(change('class', 'update', { unuse_filter_id: many(65, i => `f${i}`) }))];
 	yield [400, post(change('class', 'update', { time_enable: many(4, () => 'enable') }))];
 	yield [400, post(change('class', 'update', { time_enable: many(4, () => 'enable'),
@@ -137,11 +144,16 @@ function* tooMany()
 function* wrongPages()
 {
 	for (const [i, id] of ID.entries()) {
-		const kind = Object.keys(FIELDS)[i % 5];
+		const kinds = Object.keys(FIELDS), kind = kinds[i % kinds.length];
 		for (const action of ['view', 'edit', 'new', 'open'])
 			yield [400, get({ obj: kind, type: 'display', action, id })];
+		yield [[400, 404], get({ obj: kind, type: 'list', action: 'ask', id })];
 		yield [400, post({ obj: kind, type: 'display', action: 'delete', id })];
 		yield [[400, 404], get({ obj: 'router', type: 'state', kind, id })];
+		const rename = { obj: 'router', type: 'rename', kind };
+		yield [[400, 404], get({ ...rename, id })];
+		yield [[400, 409], post({ ...rename, id, name: 'new' })];
+		yield [400, post({ ...rename, id: POSTED[kind].id, name: id })];
 	}
 	for (const word of [MARK, '', 'x', 'basic ', 'POLICY', '../class', ...BYTES]) {
 		yield [400, get({ obj: word, type: 'list' })];
@@ -239,13 +251,74 @@ function* wrongRouter()
 	yield [400, post({ obj: 'router', type: 'history', action: MARK, entry: '1' })];
 	yield [405, post({ obj: 'router', type: 'rules' })];
 	yield [405, get({ obj: 'router', type: 'history', action: 'back', entry: '1' })];
-	yield [400, get({ obj: 'router', type: 'bundle', action: 'import', revision: 'a' })];
+	yield [405, get({ obj: 'router', type: 'bundle', action: 'import', revision: 'a' })];
+}
+
+// A form that is weighed while it is typed, whatever stands in it: no change, and sound JSON.
+function* wrongForms()
+{
+	for (const [kind, forms] of Object.entries(FIELDS)) {
+		for (const [name, form] of Object.entries(forms)) {
+			for (const value of VALUES[form])
+				yield [[200, 400], post(change(kind, 'weigh', { [name]: value }))];
+		}
+		for (const value of [...ID, ...NUMBERS])
+			yield [[200, 400], post(change(kind, 'weigh', { new: value, days: value }))];
+	}
+	yield [405, get(change('class', 'weigh'))];
+}
+
+// The answers of a new router to its first steps.
+function* wrongSteps()
+{
+	const good = { obj: 'router', type: 'first', line: 'LAN2', inside: '', up: '5', calls: '1',
+		work: '1', office: '10.0.0.1-99', fair: '1' };
+	const steps = { line: ID, inside: without(ID, ''), up: ['', ...NUMBERS.slice(0, 4), MARK,
+		...BYTES], office: without(VALUES.ADDRESSES, '1.2.3.4 ', ' 1.2.3.4'),
+		phones: without(VALUES.ADDRESSES, '', '1.2.3.4 ', ' 1.2.3.4') };
+	for (const [name, values] of Object.entries(steps)) {
+		for (const value of values)
+			yield [[200, 400], post({ ...good, action: 'make', [name]: value })];
+	}
+	for (const action of without(ID, ''))
+		yield [400, post({ ...good, action })];
+}
+
+const PACKET = { src: '192.168.1.200', sport: '5060', dst: '203.0.113.10', dport: '5060',
+	proto: 'udp', device: 'LAN1', tos: '0', fragment: '1' };
+
+// The pages that look at what is there: whatever is asked of them, they show or refuse it, and ask
+// nothing of the router that changes it.
+function* wrongViews()
+{
+	const shown = [200, 400, 404];
+	const ANY = [...new Set([...ID, ...NUMBERS, ...UNITS])];
+	const page = (type, more) => get({ obj: 'router', type, ...more });
+	for (const value of ANY) {
+		for (const type of ['overview', 'status', 'rules'])
+			yield [[200, 400], page(type, { id: value, device: value, action: value })];
+		yield [[200, 400, 405], page('apply', { id: value, device: value, action: value })];
+		for (const name of ['span', 'device'])
+			yield [shown, page('curves', { [name]: value })];
+		yield [shown, page('week', { from: value })];
+		for (const name of Object.keys(PACKET))
+			yield [shown, page('explain', { ...PACKET, [name]: value })];
+		yield [shown, get({ obj: 'class', type: 'list', action: 'json', id: value })];
+		yield [shown, get({ obj: 'class', type: 'list', action: value })];
+		yield [[400, 404], get({ obj: 'class', type: 'list', action: 'ask', id: value })];
+		yield [400, post({ obj: 'router', type: 'apply', action: value })];
+	}
+	for (const type of ['overview', 'curves', 'week', 'explain', 'status'])
+		yield [405, post({ obj: 'router', type })];
+	// Without qosd nothing can be compiled or applied.
+	for (const action of ['compile', 'compile-apply', 'apply', 'confirm', 'undo'])
+		yield [503, post({ obj: 'router', type: 'apply', action })];
 }
 
 export function* hostileRequests()
 {
 	for (const make of [wrongFields, wrongMarks, tooMany, wrongPages, wrongFrames, wrongHosts,
-		wrongRouter]) {
+		wrongRouter, wrongForms, wrongSteps, wrongViews]) {
 		for (const [status, request] of make())
 			yield { set: make.name, statuses: [status].flat(), request };
 	}
