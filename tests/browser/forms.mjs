@@ -1,49 +1,86 @@
 // What the script adds to the forms: the chooser, the fixed id and the copy, the check before a
 // form is sent, the filters of others, and the days of schedule tables.
-import { wait } from './webdriver.mjs';
-import { answer, arrive, back, button, cgi, choose, click, drop, list, notice, open, press, query,
-	read, run, same, settled, stored, texts, type, value, values, write } from './session.mjs';
+import { wait } from './browser.mjs';
+import { answer, arrive, back, button, cgi, choices, choose, click, closed, complaints, drop, list,
+	notice, open, openChooser, paste, pick, press, query, read, run, said, same, settled, stored, summed,
+	texts, type, unfold, value, values, write } from './session.mjs';
 
-const KEYS = { enter: '\uE007', escape: '\uE00C', down: '\uE015', up: '\uE013' };
 const EDIT = query('class', 'edit', 'fibre-web');
 const focus = () => run(`(at => at.querySelector('img')?.name || at.value || at.name || at.type)(
 	document.activeElement)`);
-const entries = () => run(`[...document.querySelectorAll('.chooser button')]
-	.filter(entry => !entry.hidden).map(entry => entry.textContent)`);
-
-async function openChooser()
-{
-	await click(button('add1'));
-	await wait('the chooser', async () => (await texts('.chooser')).length === 1);
-}
+const marked = () => texts('dialog li[aria-selected=true] b');
 
 async function driveChooser()
 {
 	const before = read('class');
 	await open(cgi + EDIT);
-	await openChooser();
+	await openChooser(button('add1'));
 	same('search has the focus', await focus(), 'search');
-	await press(KEYS.enter);
-	same('nothing is taken by itself',
-		[await value('parent_id'), (await texts('.chooser')).length], ['fibre-staff', 1]);
-	await press(KEYS.down, KEYS.down, KEYS.up);
-	same('first entry', await focus(), 'fibre');
-	await press(KEYS.escape);
-	same('left', [await texts('.chooser'), await value('parent_id'), await focus()],
-		[[], 'fibre-staff', 'add1']);
-	await press(KEYS.enter);
-	await wait('the chooser', async () => (await texts('.chooser')).length === 1);
-	same('marked is what is chosen', await texts('.chooser [aria-current]'), ['fibre-staff']);
+	same('marked is what is chosen', await marked(), ['fibre-staff']);
+	const offered = await choices();
+	same('no class is offered itself', [offered.includes('fibre-web'), offered.at(-1)],
+		[false, 'none']);
+	await press('ArrowDown', 'ArrowDown', 'ArrowUp');
+	same('marked by keys', await marked(), ['fibre-mail']);
+	await press('Escape');
+	await closed();
+	same('left', [await value('parent_id'), await focus(), await run('is_dirty()')],
+		['fibre-staff', 'add1', false]);
+	await press(' ');
+	await wait('the choices', async () => (await choices()).length > 0);
 	await press(...'office-');
-	same('found', await entries(), ['office-phones', 'office-guests', 'office-rest', 'none']);
-	await press(KEYS.down, KEYS.down, KEYS.enter);
+	same('found', [await choices(), await texts('dialog small[role=status]')],
+		[['office-phones', 'office-guests', 'office-rest', 'none'], ['3 of 14']]);
+	same('the first is marked', await marked(), ['office-phones']);
+	await press('ArrowDown', 'Enter');
+	await closed();
 	same('taken by keys', [await value('parent_id'), await focus(), await run('is_dirty()')],
 		['office-guests', 'add1', true]);
-	await openChooser();
-	await click(button('add1'));
-	same('pressed again it goes', await texts('.chooser'), []);
 	same('class store', read('class'), before);
 	await open(cgi + list('class'));
+}
+
+// None is taken only by who goes there, and a search without a result takes nothing.
+async function driveNone()
+{
+	await open(cgi + EDIT);
+	await openChooser(button('add1'));
+	await press(...'nowhere');
+	same('nothing is found', [await choices(), await marked()], [['none'], []]);
+	same('nothing can be taken', await run(`document.querySelector('dialog .first').disabled`),
+		true);
+	await press('Enter');
+	same('still open', [await value('parent_id'), (await texts('dialog[open]')).length],
+		['fibre-staff', 1]);
+	await press('ArrowDown', 'Enter');
+	await closed();
+	same('none', await value('parent_id'), '');
+	await openChooser(button('add1'));
+	await click('dialog form button@1');
+	await closed();
+	same('left by its button', await value('parent_id'), '');
+	await pick(button('add1'), 'office');
+	same('taken by a click', await value('parent_id'), 'office');
+	await open(cgi + list('class'));
+}
+
+// A list that cannot be had says so, and is had by trying again.
+async function driveNoList()
+{
+	await open(cgi + EDIT);
+	const fail = `(window.answered = window.fetch, window.fetch = () => Promise.reject(), true)`;
+	await run(fail);
+	await click(button('add1'));
+	await wait('the reason', async () =>
+		(await texts('dialog [role=status]'))[0]?.startsWith('The router did not answer.'));
+	await press('Enter');
+	same('nothing is taken', [await value('parent_id'), await choices()], ['fibre-staff', []]);
+	await run(`(window.fetch = window.answered, true)`);
+	await click('dialog [role=status] button');
+	await wait('the choices', async () => (await choices()).length > 0);
+	same('had again', await marked(), ['fibre-staff']);
+	await press('Escape');
+	await closed();
 }
 
 async function driveId()
@@ -79,13 +116,13 @@ async function driveOddDevice()
 
 // The n-th thing that is said to be wrong begins so.
 const wrongAt = (n, text) => wait(`"${text}"`,
-	async () => (await texts('.wrong'))[n]?.startsWith(text));
+	async () => (await texts('.said.wrong'))[n]?.startsWith(text));
 
 async function saveAs(id)
 {
 	await click('.copy button');
-	await type('.copy input', id);
-	await press(KEYS.enter);
+	await type('[name=id]', id);
+	await click(button('edit'));
 }
 
 async function driveCopy()
@@ -95,21 +132,19 @@ async function driveCopy()
 	await open(cgi + EDIT);
 	await type('[name=rate]', '6');
 	await click('.copy button');
-	same('what becomes of the filters', (await texts('.copy'))[0].replace(/.*leave /, ''),
-		'fibre-web stays as it is stored. Its filters stay with fibre-web.');
-	await press(KEYS.escape);
-	same('left', await texts('.copy'), ['save as another id: this one stays.']);
-	await click('.copy button');
-	await type('.copy input', 'fibre-mail');
-	await press(KEYS.enter);
+	same('what becomes of the filters', await texts('.copy'),
+		['saved as a copy: fibre-web stays as it is, with its filters.']);
+	await type('[name=id]', 'fibre-mail');
+	await click(button('edit'));
 	same('taken id', await answer(), 'Duplicated ID');
 	await arrive(EDIT);
 	await notice('What was typed here is back');
 	same('class store', read('class'), before);
 	await saveAs('no id');
+	await summed(1);
 	await wrongAt(0, 'allowed is 1 to 32 letters');
-	await type('.copy input', 'fibre-copy');
-	await click('.copy button@0');
+	await type('[name=id]', 'fibre-copy');
+	await click(button('edit'));
 	await arrive(list('class'));
 	same('copy', stored('class', 'fibre-copy'),
 		original.replace('RATE=8', 'RATE=6').replace(/FILTER_ID.*\n/g, ''));
@@ -133,31 +168,132 @@ async function driveChecks()
 {
 	await open(cgi + query('class', 'new'));
 	await type('[name=id]', 'two words');
+	await unfold('Schedule 2');
 	await type('[name=time_rate]@1', '1.5');
+	await click('.fold@2'); // what is wrong is found although it is folded
 	await click(button('save'));
+	await summed(2);
 	await wrongAt(0, 'allowed is 1 to 32 letters');
 	await wrongAt(1, 'allowed is a number of 1 to 10 digits, or nothing');
-	same('the first has the focus',
-		[await run(`document.activeElement.name`), await run(`location.search`)],
-		['id', query('class', 'new')]);
+	same('the summary has the focus', [await run(`document.activeElement.id`),
+		await texts('#wrong b'), await run(`location.search`)],
+	['wrong', ['2 fields are not right yet'], query('class', 'new')]);
+	same('its links', (await texts('#wrong a')).map(text => text.split(': allowed')[0]),
+		['Name', 'Schedule 2, Rate']);
+	await click('#wrong a@1');
+	same('the link leads to the field', await run(`[document.activeElement.name,
+		document.activeElement.ariaInvalid, document.activeElement.checkVisibility()]`),
+	['time_rate', 'true', true]);
+	same('tied to it', (await said('time_rate', 1)).map(text => text.slice(0, 10)),
+		['allowed is']);
+	await type('[name=time_rate]@1', '2');
+	await click('[name=id]');
+	await wait('one fault less', () => run(`document.querySelector('#wrong').textContent
+		.startsWith('One field is not right yet')`));
+	same('what is mended is summed no more',
+		(await texts('#wrong a')).map(text => text.split(':')[0]), ['Name']);
 	await run(`(page.form.elements.filter_id.replaceChildren(
 		...Array.from({ length: 65 }, (none, n) => new Option('f' + n, 'f' + n))), true)`);
 	await type('[name=id]', 'fresh');
 	await type('[name=time_rate]@1', '');
 	await click(button('save'));
 	await wrongAt(0, 'at most 64 are taken, and these are 65');
+	complaints(); // of the sentence, which is refused too
 
 	await open(cgi + query('port', 'new'));
-	for (let port = 1; port <= 18; port++)
-		await run(`(document.port_entry.elements.num.value = arguments[0],
-			arguments[0] < 18 && port_add(), true)`, port);
+	await wait('the rules', () => run(`rules !== null`));
+	await type('[name=num]', Array.from({ length: 18 }, (none, n) => n + 1).join(' '));
 	await click(button('Image271211'));
-	same('full list', await answer(), 'A list holds at most 17 entries.');
+	same('full list', [(await values('port_list')).length, await texts('.said.typed'),
+		await value('num')], [17, ['18: too many, a list holds 17. '], '18']);
+	await type('[name=num]', '');
 	await type('[name=id]', 'fresh');
 	await type('[name=desc]', 'one\ntwo');
 	await click(button('save'));
 	await wrongAt(0, 'allowed is one line');
 	same('nothing was saved', stored('port', 'fresh'), '');
+}
+
+async function driveEntries()
+{
+	await open(cgi + query('ip', 'new'));
+	await wait('the rules', () => run(`rules !== null`));
+	await type('[name=id]', 'pasted');
+	await click('[name=ip]');
+	await paste('[name=ip]', '10.0.0.1\n10.0.0.0/24, 10.0.0.300\n10.0.0.8-15');
+	same('three are taken, one stays', [await values('ip_list'), await value('ip')],
+		[['10.0.0.1', '10.0.0.0/24', '10.0.0.8-15'], '10.0.0.300']);
+	same('why it stays', (await said('ip')).map(text => text.slice(0, 20)),
+		['10.0.0.300: no entry']);
+	await click(button('save'));
+	await summed(1);
+	same('not saved', stored('ip', 'pasted'), '');
+	await type('[name=ip]', '10.0.0.30');
+	await click(button('save'));
+	await arrive(list('ip'));
+	same('what was in the box is saved too', stored('ip', 'pasted'),
+		['10.0.0.1', '10.0.0.0/24', '10.0.0.8-15', '10.0.0.30']
+			.map((entry, n) => `IP_LIST[${n}]=${entry}\n`).join(''));
+	await drop('ip', 'pasted');
+}
+
+const says = () => run(`document.getElementById('say').textContent`);
+
+// What the form means follows what is typed, and a late answer does not overtake a newer one.
+async function driveMeaning()
+{
+	await open(cgi + EDIT);
+	await wait('the sentence', async () => (await says()).startsWith('At least 8 Mbit/s'));
+	await type('[name=rate]', '7');
+	await wait('the new sentence', async () => (await says()).startsWith('At least 7 Mbit/s'));
+	await run(`(window.answered = window.fetch, window.fetch = (...asked) =>
+		window.answered(...asked).then(answer => new Promise(resolve =>
+			setTimeout(resolve, 700, answer))), true)`);
+	await type('[name=rate]', '6');
+	await run(`(weigh(), true)`);
+	await run(`(window.fetch = window.answered, true)`);
+	await type('[name=rate]', '5');
+	await run(`(weigh(), true)`);
+	await wait('the newest sentence', async () =>
+		(await says()).startsWith('At least 5 Mbit/s'));
+	await run(`new Promise(resolve => setTimeout(resolve, 900, true))`);
+	same('the late answer', (await says()).slice(0, 17), 'At least 5 Mbit/s');
+	await type('[name=rate]', '8');
+	await run(`(keep(), true)`);
+}
+
+// A name that is taken is told while it is typed, and a fault once.
+async function driveName()
+{
+	await open(cgi + query('class', 'new'));
+	await type('[name=rate]', '7x');
+	await type('[name=id]', 'fibre-web');
+	await wait('what is said', async () => (await said('id')).length > 0);
+	same('of the name', await said('id'), ['Duplicated ID: there is a fibre-web already.']);
+	same('of the rate', await said('rate'), ['allowed is a number of 1 to 10 digits, or nothing']);
+	await click(button('save'));
+	await wait('the summary', async () => (await texts('#wrong a')).length > 0);
+	same('summary', (await texts('#wrong a')).map(text => text.split(':')[0]), ['Name', 'Rate']);
+	await click('.said button@0');
+	await wait('the free name', async () => await value('id') === 'fibre-web-2' &&
+		(await said('id')).length === 0);
+	await run(`(forget(), true)`);
+	await settled();
+}
+
+// What would be taken otherwise than it reads is asked about, and put right by its button.
+async function driveRemedies()
+{
+	await open(cgi + query('ip', 'new'));
+	await type('[name=id]', 'net');
+	await type('[name=ip]', '10.0.0.0/25');
+	await click(button('Image271211'));
+	await wait('the question', async () => (await texts('.said.weighed button')).length > 0);
+	await click('.said.weighed button@0');
+	await wait('the ranges', async () => !/\//.test(String(await values('ip_list'))));
+	same('as ranges', await values('ip_list'), ['10.0.0.1-127']);
+	await run(`(forget(), true)`);
+	await settled();
 }
 
 // Moves filters of the class page: 0 removes, 2 adds those chosen, 3 all.
@@ -167,13 +303,14 @@ const options = name => texts(`[name=${name}] option`);
 async function driveFilters()
 {
 	await open(cgi + EDIT);
-	await wait('the owners', async () =>
-		(await options('unuse_filter_id')).some(text => / /.test(text)));
+	await wait('the words', async () =>
+		/: /.test((await options('unuse_filter_id')).at(-1)));
 	const offered = await options('unuse_filter_id');
-	same('offered', [offered.includes('school'), offered.includes('mail-out (fibre-mail)'),
-		offered.some(text => /^staff/.test(text))], [true, true, false]);
+	const names = offered.map(text => text.split(':')[0]);
+	same('offered', [names.includes('school'), names.includes('mail-out (fibre-mail)'),
+		names.some(text => /^staff/.test(text))], [true, true, false]);
 	await move(3);
-	same('all that are free', await options('filter_id'),
+	same('all that are free', await values('filter_id'),
 		['staff-http', 'staff-https', 'school']);
 	await choose('[name=unuse_filter_id]', 'mail-out');
 	await move(2);
@@ -182,10 +319,11 @@ async function driveFilters()
 	same('left with its class', (await values('filter_id')).length, 3);
 	await move(2);
 	same('question', await answer(true), question);
-	same('taken', (await options('filter_id')).at(-1), 'mail-out (fibre-mail)');
+	same('taken', (await options('filter_id')).at(-1).split(':')[0], 'mail-out (fibre-mail)');
 	await open(cgi + query('class', 'new'));
 	await wait('the owners on a new page', async () =>
-		(await options('unuse_filter_id')).includes('staff-http (fibre-web)'));
+		(await options('unuse_filter_id')).some(text =>
+			text.startsWith('staff-http (fibre-web): tcp from staff')));
 }
 
 // The keys of a class's schedules.
@@ -218,6 +356,7 @@ async function driveDays()
 	// switched off keeps its values behind those that are on.
 	await open_class();
 	await click('[name="dow[0]"]@0');
+	await unfold('Schedule 3');
 	await click('[name=time_enable]@2');
 	await click('[name="dow[0]"]@2');
 	await type('[name=time_rate]@2', '3');
@@ -227,7 +366,7 @@ async function driveDays()
 		['DOW01=0', 'DOW10=1', 'DOW20=2', 'DOW30=3', 'DOW40=4', 'DOW50=5', 'DOW60=6']);
 	same('rates of both', lines.filter(line => /^TIME_RATE(_UNIT)?\[/.test(line)).sort(),
 		['TIME_RATE[0]=4', 'TIME_RATE[1]=3', 'TIME_RATE[2]=512', 'TIME_RATE_UNIT[0]=Mbps',
-			'TIME_RATE_UNIT[1]=bps', 'TIME_RATE_UNIT[2]=Kbps']);
+			'TIME_RATE_UNIT[1]=Mbps', 'TIME_RATE_UNIT[2]=Kbps']);
 	same('hours of both', lines.filter(line => /HOUR/.test(line)).sort(),
 		['END_HOUR[0]=23', 'END_HOUR[1]=00', 'END_HOUR[2]=18', 'START_HOUR[0]=18',
 			'START_HOUR[1]=00', 'START_HOUR[2]=08']);
@@ -239,5 +378,7 @@ async function driveDays()
 	same('none is left', schedules().filter(line => /ENABLE|DOW/.test(line)), []);
 }
 
-export const forms = { chooser: driveChooser, id: driveId, 'odd device': driveOddDevice,
+export const forms = { chooser: driveChooser, none: driveNone, 'no list': driveNoList,
+	entries: driveEntries, meaning: driveMeaning, name: driveName, remedies: driveRemedies,
+	id: driveId, 'odd device': driveOddDevice,
 	copy: driveCopy, checks: driveChecks, filters: driveFilters, days: driveDays };

@@ -1,14 +1,15 @@
 // The pages of the sample router by their own buttons: what is filled in arrives in the stores, and
 // what is refused leads back to the filled-in form.
-import { wait } from './webdriver.mjs';
-import { answer, arrive, button, cgi, checked, choose, click, list, open, openEdit, openNew, pick,
-	point, query, read, refused, remove, returned, run, same, site, stored, texts, type, value,
-	values } from './session.mjs';
+import { wait } from './browser.mjs';
+import { answer, arrive, button, cgi, checked, choose, click, keep, list, open, openEdit, openNew,
+	pick, press, query, read, refused, remove, returned, run, said, same, site, stored, texts,
+	type, unfold, value, values } from './session.mjs';
 
 async function drivePolicy()
 {
 	await open(site + '/');
-	await arrive(query('policy', 'open', 'LAN1'));
+	await arrive('?obj=router&type=overview');
+	await open(cgi + query('policy', 'open', 'LAN1'));
 	same('root class', await value('root_class'), 'fibre');
 	await choose('select[name=id]', 'LAN2');
 	await arrive(query('policy', 'open', 'LAN2'));
@@ -28,9 +29,8 @@ async function drivePolicy()
 	await wait('the edit page', async () => (await texts('a img[name=edit]')).length === 1);
 	same('saved', [stored('policy', 'LAN2'), read('desc/LAN2.policy')],
 		['ROOT_CLASS=fibre\nR2Q=30\nQDISC=htb\n', 'not shaped']);
-	same('summary', (await texts('td[width="25%"]')).map(text => text.trim()),
-		['fibre, 20 Mbps up', 'not shaped', 'office and guests', 'spare line',
-			'leased line to the workshop']);
+	same('summary', await texts('.list td a'), ['WAN1 (LAN1)', 'DMZ (LAN2)', 'LAN (LAN3)',
+		'WAN2 (LAN4)', 'SERIAL (LAN5)']);
 	await type('[name=r2q]', '40');
 	await click(button('delete1') + '@0');
 	await click(button('edit'));
@@ -45,9 +45,8 @@ async function drivePolicy()
 	same('form after a refusal', [await value('desc'), await value('root_class')],
 		['mine', 'fibre']);
 
-	await remove('policy', 'LAN2');
-	await arrive(query('policy', 'open', 'LAN2'));
-	same('a policy stays', stored('policy', 'LAN2'), 'ROOT_CLASS=\nR2Q=40\nQDISC=htb\n');
+	await open(cgi + list('policy'));
+	same('no delete of policies', await run(`document.querySelectorAll('.act a').length`), 0);
 }
 
 async function fillClass(id)
@@ -70,20 +69,21 @@ async function fillClass(id)
 
 const CLASS = 'PARENT_ID=fibre\nPRIO=4\nRATE=2\nRATE_UNIT=Mbps\nMTU=1500\nLEAF=sfq\n' +
 	'QUANTUM=1514\nPERTURB=10\nFILTER_ID[0]=school\nTIME_ENABLE[0]=enable\nSTART_HOUR[0]=08\n' +
-	'END_HOUR[0]=00\nTIME_RATE[0]=512\nTIME_RATE_UNIT[0]=bps\nDOW10=1\nDOW60=6\n';
+	'END_HOUR[0]=00\nTIME_RATE[0]=512\nTIME_RATE_UNIT[0]=Mbps\nDOW10=1\nDOW60=6\n';
 // The same with another leaf, without its filter and with its table switched off.
 const CHANGED_CLASS = CLASS.replace('LEAF=sfq\nQUANTUM=1514\nPERTURB=10\nFILTER_ID[0]=school\n' +
 	'TIME_ENABLE[0]=enable\n', 'LEAF=bfifo\n').replace('DOW10=1\nDOW60=6\n', 'LIMIT=9000\n');
 
 // The free filters: those of other classes are offered with their owner's name.
-const free = async () => (await texts('[name=unuse_filter_id] option'))
-	.filter(name => !/ /.test(name));
+const free = () => run(`[...document.getElementsByName('unuse_filter_id')[0].options]
+	.filter(({ text }) => !/^\\S+ \\(/.test(text)).map(({ value }) => value)`);
 
 export async function refuseClass(id)
 {
 	const before = [read('class'), read('filter')];
 	await openNew('class');
 	await fillClass(id);
+	await unfold('Schedule 3');
 	for (const box of ['[name=time_enable]@2', '[name="dow[2]"]@2'])
 		await click(box);
 	await type('[name=time_rate]@2', '7');
@@ -154,11 +154,11 @@ async function driveClass()
 		await arrive(list('class'));
 		await wait('the delete', () => stored('class', id) === '');
 	}
-	await remove('class', 'fibre-rest');
-	same('class of a policy', await answer(), 'This is used in another DB');
-	await arrive(list('class'));
+	await keep('class', 'fibre-rest', 'it takes the rest of WAN1 (LAN1)');
 	same('class of a policy stays', stored('class', 'fibre-rest') !== '', true);
 }
+
+const TAKEN = 'Duplicated priority: 4 stands in a filter already, and a change to it is refused.';
 
 async function driveFilter()
 {
@@ -177,6 +177,7 @@ async function driveFilter()
 
 	await openNew('filter');
 	await type('[name=id]', 'dns');
+	await choose('[name=prio]', '9');
 	await pick(button('add3'), 'vault');
 	await refused('save', 'Duplicated ID', query('filter', 'new'));
 	same('form after a refusal', [await value('id'), await value('ext_ip_id')],
@@ -187,11 +188,17 @@ async function driveFilter()
 		await value('ext_port_id')], ['2', '6', 'staff', 'sip']);
 	await choose('[name=prio]', '4');
 	await pick(button('add1'), 'guests');
-	await refused('edit', 'Duplicated priority', query('filter', 'edit', 'dns'));
+	await click(button('edit'));
+	await wait('the summary', async () => (await texts('#wrong a')).length === 1);
+	same('what is wrong', [await texts('#wrong a'), await said('prio')], [
+		['Priority: ' + TAKEN], [TAKEN]]);
 	same('form after a refusal', [await value('prio'), await value('int_ip_id')],
 		['4', 'guests']);
 	same('store after a refusal', stored('filter', 'dns'), filter);
-	await choose('[name=prio]', '9');
+	same('remedies', await texts('.said button'), ['Keep 2', 'Use 9']);
+	await click('.said button@1');
+	await wait('the remedy', async () => await value('prio') === '9' &&
+		(await said('prio')).length === 0);
 	await choose('[name=tos]', '');
 	await click(button('edit'));
 	await arrive(list('filter'));
@@ -203,13 +210,13 @@ async function driveFilter()
 	await remove('filter', 'dns');
 	await arrive(list('filter'));
 	await wait('the delete', () => stored('filter', 'dns') === '');
-	await remove('filter', 'sip');
-	same('filter of a class', await answer(), 'This is used in another DB');
-	await arrive(list('filter'));
+	await keep('filter', 'sip', 'the class fibre-voice names it');
 }
 
 // What the two kinds of list differ in: how an entry is typed, and which are wrong.
-const NO_PORT = 'A port is a number from 0 to 65535.';
+const beside = (typed, allowed) => `${typed}: no entry, allowed is ${allowed}. `;
+const noPort = typed => beside(typed,
+	'a port (80) or an ascending range (1024-2048), within 0 to 65535');
 export const PORTS = {
 	kind: 'port', key: 'PORT_LIST', used: 'any-port',
 	fillIn: async ([low, high]) => {
@@ -217,15 +224,15 @@ export const PORTS = {
 		await type('[name=mask]', high);
 	},
 	wrong: [
-		[['', ''], NO_PORT],
-		[['65536', ''], NO_PORT],
-		[['9', '8'], 'A range begins with its lower port.'],
-		[['80', '80'], '80 is in the list already.'],
+		[['65536', ''], noPort('65536')],
+		[['9', '8'], noPort('9-8')],
+		[['80', '80'], '80-80: in the list already. '],
 	],
 	entries: [['80', ''], ['0', '65535'], ['1024', '2048']],
 	stored: ['80', '0-65535', '1024-2048'],
 };
-const NO_ADDRESS = 'An address is four numbers from 0 to 255 with dots between them.';
+const noAddress = typed => beside(typed, 'an address (192.168.1.10), one with a prefix length ' +
+	'(192.168.1.0/24), or an ascending range of its last number (192.168.1.10-20)');
 export const ADDRESSES = {
 	kind: 'ip', key: 'IP_LIST', used: 'phones',
 	fillIn: async ([address, mark, end]) => {
@@ -234,10 +241,10 @@ export const ADDRESSES = {
 		await type('[name=prefix]', end);
 	},
 	wrong: [
-		[['1.2.3', '/', ''], NO_ADDRESS],
-		[['1.2.3.4', '/', '33'], 'A prefix length is a number from 0 to 32.'],
-		[['1.2.3.4', '-', '3'], 'A range ends with a number from 4 to 255.'],
-		[['10.0.0.1', '/', ''], '10.0.0.1 is in the list already.'],
+		[['1.2.3', '/', ''], noAddress('1.2.3')],
+		[['1.2.3.4', '/', '33'], noAddress('1.2.3.4/33')],
+		[['1.2.3.4', '-', '3'], noAddress('1.2.3.4-3')],
+		[['10.0.0.1', '/', ''], '10.0.0.1: in the list already. '],
 	],
 	entries: [['10.0.0.1', '/', ''], ['10.0.0.0', '/', '24'], ['10.0.0.8', '-', '15']],
 	stored: ['10.0.0.1', '10.0.0.0/24', '10.0.0.8-15'],
@@ -280,11 +287,14 @@ async function driveList(row)
 	for (const [entry, message] of wrong) {
 		await fillIn(entry);
 		await click(ADD);
-		same(`alert of ${entry}`, await answer(), message);
+		same(`what is said of ${entry}`, await texts('.said.typed'), [message]);
+		await fillIn(entry.map(part => (/[-/]/.test(part) ? part : '')));
+		await click(ADD);
+		same('empty boxes', await texts('.said.typed'), []);
 	}
 	same('entries', await values(field), entries);
 	await click(DELETE);
-	same('delete of nothing', await answer(), 'Select the entries to delete first.');
+	same('delete of nothing', await texts('.said.typed'), ['Select entries of the list first.']);
 	await click(button('save'));
 	await arrive(list(kind));
 	same('saved', [stored(kind, 'fresh'), read(`desc/fresh.${kind}`)],
@@ -302,30 +312,30 @@ async function driveList(row)
 
 	await openEdit(kind, 'fresh');
 	await click(button('cancel'));
-	// On the page of a port list the button does nothing.
-	await arrive(kind === 'port' ? query(kind, 'edit', 'fresh') : list(kind));
+	await arrive(list(kind));
 	await remove(kind, 'fresh');
 	await arrive(list(kind));
 	await wait('the delete', () => stored(kind, 'fresh') === '');
-	await remove(kind, used);
-	same('list of a filter', await answer(), 'This is used in another DB');
-	await arrive(list(kind));
+	await keep(kind, used, 'the filter sip names it');
 }
 
+// The printed buttons have their images, and words beside them.
 async function driveButtons()
 {
-	await openNew('ip');
-	const source = () => run(`document.images.save.src.split('/').pop()`);
-	await point(button('save'));
-	same('hovered button', await source(), 'save01_02.gif');
-	await point('h1');
-	same('button that was left', await source(), 'save01_01.gif');
 	const missing = `[...document.images]
 		.filter(image => !image.complete || image.naturalWidth !== 62).length`;
+	const wordless = `[...document.querySelectorAll('a:has(> img)')]
+		.filter(link => link.role !== 'button' || !link.textContent.trim()).length`;
 	for (const kind of ['policy', 'class', 'filter', 'port', 'ip']) {
 		await open(cgi + query(kind, 'new', 'LAN1'));
-		same(`images of ${kind}`, await run(missing), 0);
+		same(`images of ${kind}`, [await run(missing), await run(wordless)], [0, 0]);
 	}
+	await openNew('ip');
+	same('buttons of a list', await texts('a[role=button]'),
+		['Add New entries', 'Remove selected New entries', 'Save', 'Cancel']);
+	await run(`document.querySelectorAll('.save a')[1].focus()`);
+	await press(' ');
+	await arrive(list('ip'));
 }
 
 export const pages = { policy: drivePolicy, class: driveClass, filter: driveFilter,

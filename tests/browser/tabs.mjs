@@ -1,6 +1,6 @@
 // One object open in two tabs: a form that is no longer the newest is refused, and shows what is
 // stored beside what differs.
-import { wait } from './webdriver.mjs';
+import { wait } from './browser.mjs';
 import { answer, arrive, back, button, cgi, choose, click, closeTab, complaints, drop, goTo, list,
 	notice, open, openTab, query, read, run, same, settled, stored, texts, type, value, values }
 	from './session.mjs';
@@ -33,14 +33,14 @@ async function refusedAsOld(page)
 	await wait('the refusal', () => run(`document.readyState === 'complete' &&
 		!document.forms.length`).catch(() => false));
 	same('status', await status(), 409);
-	const statuses = (await complaints()).map(text => /status of (\d+)/.exec(text)?.[1]);
+	const statuses = (complaints()).map(text => /status of (\d+)/.exec(text)?.[1]);
 	same('the one complaint', statuses, ['409']);
 	await back();
 	await arrive(page);
 }
 
-const notes = name => run(`[...document.forms[0].elements[arguments[0]].parentNode
-	.querySelectorAll('.stored')].map(note => note.textContent)`, name);
+const notes = name => run(`[...document.querySelectorAll('.said.stored')]
+	.filter(({ of }) => of.name === arguments[0]).map(note => note.textContent)`, name);
 const EDIT = query('class', 'edit', 'fibre-web');
 
 // What is changed of fibre-web.
@@ -140,7 +140,7 @@ async function driveDeleted()
 			await first();
 			await refusedAsOld(query('port', 'edit', 'fresh'));
 			await notice('fresh has been deleted meanwhile.');
-			await complaints(); // of the state of what is not there
+			complaints(); // of the state of what is not there
 			await click(`.notice button@${anew ? 0 : 1}`);
 			await arrive(list('port'));
 			same('saved anew', stored('port', 'fresh'),
@@ -180,7 +180,8 @@ async function driveTaken()
 		await first();
 		await refusedAsOld(EDIT);
 		await wait('its owner', async () =>
-			(await texts('[name=filter_id] option')).includes('school (fibre-mail)'));
+			(await texts('[name=filter_id] option')).some(text =>
+				text.startsWith('school (fibre-mail)')));
 		await click(button('edit'));
 		same('question', await answer(false), question);
 		await click(button('edit'));

@@ -1,7 +1,7 @@
 // What is saved unchanged changes no file, and one change changes only that.
 import fs from 'node:fs';
-import { wait } from './webdriver.mjs';
-import { cgi, open, query, read, run, same, stored, write } from './session.mjs';
+import { wait } from './browser.mjs';
+import { cgi, list, open, query, read, run, same, stored, write } from './session.mjs';
 
 const KINDS = ['policy', 'class', 'filter', 'port', 'ip'];
 const page_of = (kind, id) => query(kind, kind === 'policy' ? 'open' : 'edit', id);
@@ -17,8 +17,9 @@ function read_all()
 async function save(kind, id)
 {
 	await run(`(go_update(page.form), true)`);
-	await wait(`the answer to the save of ${id}`,
-		() => run(`performance.timeOrigin > arguments[0]`, opened).catch(() => false));
+	await wait(`the page after the save of ${id}`, () => run(`document.readyState === 'complete' &&
+		performance.timeOrigin > arguments[0] && location.href.endsWith(arguments[1])`, opened,
+	kind === 'policy' ? query(kind, 'open', id) : list(kind)));
 }
 
 let opened = 0;
@@ -54,7 +55,7 @@ const CHANGES = [
 	['class fibre-guests', 'rate', '', '\nRATE=1\nRATE_UNIT=Mbps', '\nRATE='],
 	['class fibre-guests', 'rate_unit', 'Kbps', '\nRATE_UNIT=Mbps', '\nRATE_UNIT=Kbps'],
 	['class fibre-guests', 'ceil', '3', '\nCEIL=2', '\nCEIL=3'],
-	['class fibre-guests', 'ceil_unit', 'bps', '\nCEIL_UNIT=Mbps', '\nCEIL_UNIT=bps'],
+	['class dsl-voice', 'ceil_unit', 'Mbps', '\nCEIL_UNIT=Kbps', '\nCEIL_UNIT=Mbps'],
 	['class fibre-guests', 'mtu', '1400', 'MTU=1500', 'MTU=1400'],
 	['class fibre-guests', 'perturb', '20', 'PERTURB=10', 'PERTURB=20'],
 	['class fibre-guests', 'burst', '5', 'DOW61=6\n', 'DOW61=6\nBURST=5\nBURST_UNIT=B\n'],
