@@ -27,17 +27,18 @@ struct timed_run {
 	long peak;   // KiB
 };
 
-/* Runs a command with its output thrown away. */
-inline timed_run run_timed(const char *const *command)
+/* Runs a command in this environment (null: an empty one), with its output in a file. */
+inline timed_run run_timed(const char *const *command, char *const *environment = nullptr,
+			   const char *output = "/dev/null")
 {
 	posix_spawn_file_actions_t actions;
 	posix_spawn_file_actions_init(&actions);
-	posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
-	char *environment[] = { nullptr };
+	posix_spawn_file_actions_addopen(&actions, 1, output, O_WRONLY | O_CREAT | O_TRUNC, 0600);
+	char *const nothing[] = { nullptr };
 	pid_t pid;
 	double start = now();
 	if (posix_spawn(&pid, command[0], &actions, nullptr, const_cast<char *const *>(command),
-			environment) != 0) {
+			environment ? environment : nothing) != 0) {
 		perror(command[0]);
 		exit(1);
 	}
