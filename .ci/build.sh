@@ -1,4 +1,4 @@
-# Sourced by demo, check and bench/run, which run on a fresh Debian 12: installs what is missing,
+# Sourced by demo, check and the benchmarks, which run on a fresh Debian 12: installs what is missing,
 # and builds.
 # shellcheck shell=sh
 
@@ -45,4 +45,15 @@ build_in()
 		cmake -S . -B "$folder" -G 'Unix Makefiles' "$@" &&
 		cmake --build "$folder" -j "$(nproc)"
 	} > "$folder/log" 2>&1 || { cat "$folder/log"; echo "cannot build$older" >&2; return 1; }
+}
+
+# install_modules installs the npm modules that drive browsers, as the lock file has them.
+install_modules()
+{
+	command -v npm > /dev/null || install_packages npm
+	modules=tests/browser/node_modules/.package-lock.json
+	[ -e "$modules" ] && [ -z "$(find tests/browser/package-lock.json -newer "$modules")" ] &&
+		return 0
+	echo "== installing what drives the browsers, from npm"
+	npm ci --prefix tests/browser > /dev/null
 }
