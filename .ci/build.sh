@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Sourced by demo, check and the benchmarks, which run on a fresh Debian 12: installs what is missing,
 # and builds.
 # shellcheck shell=sh

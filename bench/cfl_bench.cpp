@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The speed of libcfl's reader, on which the compiler's depends: the stores are read anew for
  * every object. A plain read of the same bytes and a search for all line ends stand beside it. */
 #include <benchmark/benchmark.h>

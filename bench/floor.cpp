@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The least that any compiler of the stores must do: reads each store file once, starts the same
  * shells and writes the same scripts, all of it recorded before by bench/run.
  *     floor            all of it

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Writes stores of any size into a router's root:
  *     generate ROOT POLICIES CLASSES FILTERS ENTRIES
  * CLASSES are dealt out to the POLICIES evenly, as trees three levels deep below the root. Each

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Times the compiler beside the floor, in a private root: measure CLASSES ROUNDS
  * The programs take turns within every round, so that a machine that slows down slows all. Prints
  * one line: CLASSES, then the medians in milliseconds of the compiler, the floor, its shells alone

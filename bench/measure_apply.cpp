@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Times qosctl beside tc, in a kernel that has the schedulers:
  *     measure_apply QOSCTL FOLDER ROUNDS
  * FOLDER holds the script folders one, rate (one class has another rate) and other (a tree that must

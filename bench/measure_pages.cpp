@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Times pages of main.cgi beside the smallest one, in a private root: measure_pages ROUNDS REQUEST ...
  * A request is what stands behind the '?'. All take turns within every round, so that a machine that
  * slows down slows all. Prints a line each, the smallest page first: the median in milliseconds, the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Times a program: measure_run ROUNDS STATUS PROGRAM [ARG ...]
  * Prints the least milliseconds of all rounds. A run that ends with another status than this or 0 ends it. */
 #include "timing.h"

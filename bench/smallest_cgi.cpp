@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The smallest page there could be: what main.cgi is measured beside. It reads its request and prints
  * a line, and is linked as main.cgi is. */
 #include <stdio.h>

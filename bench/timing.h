@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the measuring programs share: programs started and timed, and the median of what came out. */
 #ifndef BENCH_TIMING_H
 #define BENCH_TIMING_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Who may ask, and who may post. */
 #ifndef CGI_ACCESS_H
 #define CGI_ACCESS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the pages that look at what runs share. */
 #include "answers.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the pages that look at what runs share: whose a device of an answer is, when something was,
  * and what to do where there is no answer. */
 #ifndef CGI_ANSWERS_H

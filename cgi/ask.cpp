@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What qosd is asked. */
 #include "ask.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What qosd is asked. It is not on every router, and not always there: each page says what it can
  * without it. */
 #ifndef CGI_ASK_H

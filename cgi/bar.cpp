@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The apply bar. */
 #include "bar.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The apply bar: what of the saved, the compiled and the running is not the same, what waits for a
  * confirmation, and what failed; with what can be done about it. */
 #ifndef CGI_BAR_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What a handler prints, held back in memory: a file without a name takes the place of standard
  * output meanwhile. */
 #include "capture.h"

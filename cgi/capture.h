@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What a handler prints, held back until it is known how the request ends. */
 #ifndef CGI_CAPTURE_H
 #define CGI_CAPTURE_H

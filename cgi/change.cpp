@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The road of a change. */
 #include "change.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The road of a change: the lock, what an earlier one left, the checks that need the stores, the
  * files laid aside, the handler, what it leaves to others, and the answer. */
 #ifndef CGI_CHANGE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What differs of an object, in words. */
 #include <ctype.h>
 #include <stdlib.h>

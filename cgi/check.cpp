@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The fields of a request against their rows. */
 #include "check.h"
 

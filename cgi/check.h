@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The request check: what the fields of a form may hold. It runs before any handler, so that
  * nothing reaches a store, a script or a page that does not belong there. */
 #ifndef CGI_CHECK_H

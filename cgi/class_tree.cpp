@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The classes in the order of their trees. */
 #include "class_tree.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The classes in the order of their trees, and whose they are. */
 #ifndef CGI_CLASS_TREE_H
 #define CGI_CLASS_TREE_H

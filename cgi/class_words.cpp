@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Schedules, leaves and fields, in words. */
 #include <stdlib.h>
 #include <string.h>

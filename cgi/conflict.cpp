@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Saves from a form that is no longer the object's newest. */
 #include "conflict.h"
 

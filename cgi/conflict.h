@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Saves from a form that is no longer the object's newest. */
 #ifndef CGI_CONFLICT_H
 #define CGI_CONFLICT_H

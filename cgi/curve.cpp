@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What a class carried, as a curve. */
 #include "curve.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What a class carried in a span of time, as a curve of few points. */
 #ifndef CGI_CURVE_H
 #define CGI_CURVE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* An object that is edited in its store. */
 #include "edit.h"
 

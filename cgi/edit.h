@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* An object that is edited in its store, its keys staying where they are. */
 #ifndef CGI_EDIT_H
 #define CGI_EDIT_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Stored values and names that could become markup or script. */
 #include "faults.h"
 

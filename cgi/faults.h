@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Stored values and names that could become markup or script on the page of their object. The
  * module's pages show what is stored as it stands, and a store can be edited by other hands; so each
  * page is looked through before it is shown. */

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The fields of the forms. */
 #include "fields.h"
 

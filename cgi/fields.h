@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The fields of the forms, as the pages around the module's see them. */
 #ifndef CGI_FIELDS_H
 #define CGI_FIELDS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Filters and the entries of their lists, in words: as the rule writer reads them. */
 #include <string.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The frame of the pages that are not the module's own. */
 #include "frame.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The handlers of the pages, by kind: the module's, and ours of the bands. */
 #include "handlers.h"
 

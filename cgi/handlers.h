@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The module's handlers, by kind. */
 #ifndef CGI_HANDLERS_H
 #define CGI_HANDLERS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* JSON, read into a tree. Texts are decoded where they stand: no escape is shorter than what it
  * means, and the quote behind a text leaves the place for its end. */
 #include "json.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* JSON as qosd answers it, read into a tree. */
 #ifndef CGI_JSON_H
 #define CGI_JSON_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the pages around the forms say of a kind of object. */
 #include "kind_pages.h"
 

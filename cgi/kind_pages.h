@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the pages around the forms say of a kind of object, and where they lead. */
 #ifndef CGI_KIND_PAGES_H
 #define CGI_KIND_PAGES_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Who did what, in the system's log. */
 #include "log.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Who did what, in the system's log. */
 #ifndef CGI_LOG_H
 #define CGI_LOG_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* main.cgi: reads what a request asks for, checks its fields, and has it answered. A GET never
  * changes anything; a request that asks for no page and no change that there is, is refused before a
  * handler runs. */

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Who names a filter, and the filters' marks. */
 #include "marks.h"
 

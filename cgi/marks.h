@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Who names a filter, and the filters' marks. A filter that a class or band names is marked "use",
  * and is not offered to others; one that none names is marked "unuse". */
 #ifndef CGI_MARKS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Texts that mean nothing to the browser. */
 #include "markup.h"
 

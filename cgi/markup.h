@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Texts that mean nothing to the browser. */
 #ifndef CGI_MARKUP_H
 #define CGI_MARKUP_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the store needs and no form writes. */
 #include "mend.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the store needs and no form writes. A handler builds an object anew from what was posted, at
  * the end of its store: what its form does not show would be lost, empty inputs would become keys,
  * and its neighbours would be numbered anew. The object is put together here once more, from the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Which keys of the objects name other objects. */
 #include "naming.h"
 

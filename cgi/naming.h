@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Which keys of the objects name other objects, for an object that is called otherwise. */
 #ifndef CGI_NAMING_H
 #define CGI_NAMING_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Addresses as people write them. */
 #include "networks.h"
 

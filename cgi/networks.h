@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Addresses as people write them, and what the rule writer makes of them. It takes ranges within the
  * last octet; a prefix length behind an address it does not look at, and a last octet of 0 means any
  * address to it. */

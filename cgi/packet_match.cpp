@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Which filter of the stores takes a packet. */
 #include "packet_match.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Which filter of the stores takes a packet. What the rules do is qosd's to say, which has them; this
  * finds the filter that a rule was made from. */
 #ifndef CGI_PACKET_MATCH_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Questions about the posted fields. libcgi gives the values of a repeated field one after the other
  * and then begins anew; a reader whose list is full stops before the end, and the next one would
  * begin there. So each question here begins with the first value and walks to the end. */

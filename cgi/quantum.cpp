@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What a class sends at a turn. */
 #include "quantum.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What a class sends at a turn: its rate in bytes, divided by the R2Q of its policy. The kernel takes
  * 1000 to 200000 bytes. */
 #ifndef CGI_QUANTUM_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What a saved object names and is not there. */
 #include "references.h"
 

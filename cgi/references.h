@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What a saved object names and is not there. Such a save goes through, for the other object may be
  * made next; but the administrator is told, for until then the compiler leaves things out. */
 #ifndef CGI_REFERENCES_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* How many rules the rule writer makes of a filter. */
 #include "rule_count.h"
 

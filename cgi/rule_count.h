@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* How many rules the rule writer makes of a filter, where no address is translated. */
 #ifndef CGI_RULE_COUNT_H
 #define CGI_RULE_COUNT_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The rows of the fields as JSON. Their names and texts hold nothing that JSON would escape. */
 #include "rules_json.h"
 

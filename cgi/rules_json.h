@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The rules of the fields for the scripts of the pages, so that these hold no copy of them. */
 #ifndef CGI_RULES_JSON_H
 #define CGI_RULES_JSON_H

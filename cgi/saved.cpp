@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Changes in words. */
 #include "saved.h"
 

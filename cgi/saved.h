@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Changes in words: what the last save changed, what is saved and not compiled, what an entry of the
  * history changed. */
 #ifndef CGI_SAVED_H

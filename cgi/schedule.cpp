@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The schedule tables of a class. */
 #include "schedule.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The schedule tables of a class. A box that is not checked posts nothing, so the boxes of a form
  * cannot say by themselves which table they stand in; the page script posts the days of each table
  * that is switched on, and the tables without a gap between them. */

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* All stores, read once for a page. */
 #include "shown_stores.h"
 

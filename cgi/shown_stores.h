@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* All stores, read once for a page. */
 #ifndef CGI_SHOWN_STORES_H
 #define CGI_SHOWN_STORES_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Saved, compiled, running. */
 #include "stages.h"
 

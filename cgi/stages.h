@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Saved, compiled, running: how far the changes have come. qosd says it; without it the times of the
  * files say a part. */
 #ifndef CGI_STAGES_H

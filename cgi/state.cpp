@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The state of an object for the page script. */
 #include "state.h"
 

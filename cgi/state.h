@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The state of an object for the page script: its revision, what its form would show now, who
  * changed it last, and the filters that others have taken. */
 #ifndef CGI_STATE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Differences, gathered object by object. */
 #include "told_changes.h"
 

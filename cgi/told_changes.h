@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The differences between two states of the stores, gathered object by object, each in both states. */
 #ifndef CGI_TOLD_CHANGES_H
 #define CGI_TOLD_CHANGES_H

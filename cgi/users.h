@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What uses an object, and whether it can be deleted. */
 #ifndef CGI_USERS_H
 #define CGI_USERS_H

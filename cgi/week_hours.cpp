@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A week as a grid of hours. */
 #include "week_hours.h"
 

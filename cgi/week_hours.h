@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A week as a grid of hours: what a wall clock shows, and what a class has at each of its hours. */
 #ifndef CGI_WEEK_HOURS_H
 #define CGI_WEEK_HOURS_H

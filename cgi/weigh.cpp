@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A form that is weighed while it is filled in: its fields against their rules, then what the kinds
  * have to say. Whatever was posted, the answer is what is known of it. */
 #include "weigh.h"

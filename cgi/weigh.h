@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A form that is weighed while it is filled in: what it means, and what of it the compiler or the
  * kernel would take otherwise than it reads. */
 #ifndef CGI_WEIGH_H

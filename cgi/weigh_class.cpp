@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A class, weighed. */
 #include <stdlib.h>
 #include <string.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A filter, weighed; and the filters of a class. */
 #include <inttypes.h>
 #include <string.h>

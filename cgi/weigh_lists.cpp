@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Port and address lists, weighed: what the entries mean to the rule writer, and what that costs. */
 #include <inttypes.h>
 #include <stdio.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The sentences and notes of a weighing. */
 #include <inttypes.h>
 #include <stdarg.h>

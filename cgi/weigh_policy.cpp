@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A policy, and a band, weighed. */
 #include <inttypes.h>
 #include <stdlib.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The schedules of a class, weighed. */
 #include <stdlib.h>
 #include <string.h>

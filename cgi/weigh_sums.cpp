@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What classes are promised together, in every hour of the week. */
 #include <string.h>
 

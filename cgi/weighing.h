@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the weighing of a form finds out, as it is found out. Texts live as long as the process. */
 #ifndef CGI_WEIGHING_H
 #define CGI_WEIGHING_H

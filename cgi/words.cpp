@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Interfaces and rates, in words. */
 #include "words.h"
 

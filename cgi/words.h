@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What is stored, in words. All write plain text to a stream: into a page by escaped() (markup.h),
  * into JSON by a text_stream. */
 #ifndef CGI_WORDS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The bands of a strict-priority policy: the root node and, below it, the nodes that it names
  * for its three bands. */
 #include <stdio.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The script of one class or band. */
 #include "class_script.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The script of one class or band. */
 #ifndef COMPILER_CLASS_SCRIPT_H
 #define COMPILER_CLASS_SCRIPT_H

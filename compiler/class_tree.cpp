@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The tree of HTB classes of a policy. A class names its parent; the walk goes from the root
  * down, a class before its children, the children in the order of the store. */
 #include <stdlib.h>

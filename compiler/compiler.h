@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The compiler: from the stores to the scripts that the start-up scripts feed to the kernel's
  * traffic control. A policy becomes a device script; each of its classes or bands becomes a class
  * script, whose name carries its handle, the path of minor numbers from the root of the tree. The

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The two forms of a name, and the device of an interface. */
 #include "device.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Names of interfaces and devices. An interface name comes in store form ('_' for '/', as in
  * policy ids and file names) and in device form ('/'). The router's command shell knows the
  * device of an interface. */

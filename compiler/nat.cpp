@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Whether the router translates a source address. */
 #include "nat.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Whether the router translates a source address (NAT). */
 #ifndef COMPILER_NAT_H
 #define COMPILER_NAT_H

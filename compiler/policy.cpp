@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The driver: resolves the device of every policy, then compiles one policy after the other, the
  * device script first and the scripts of its classes or bands after it. */
 #include <stdlib.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What is named somewhere and may not be there. */
 #include "reference.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What is named somewhere and may not be there. */
 #ifndef COMPILER_REFERENCE_H
 #define COMPILER_REFERENCE_H

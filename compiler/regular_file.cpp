@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Files that others leave for the compiler to read. */
 #include "regular_file.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Files that others leave for the compiler to read. */
 #ifndef COMPILER_REGULAR_FILE_H
 #define COMPILER_REGULAR_FILE_H

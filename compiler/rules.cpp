@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The classification rules of a class. A filter names a source and a destination list of
  * addresses, and one of ports each; a rule line matches one block of each, so a filter becomes
  * one line for every combination of blocks. Where the router translates the source address, the

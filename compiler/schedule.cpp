@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The schedule lines of a class, one for each slot:
  * TIME=135/08:00-18:00;512Kbps/10KB,1Mbps
  * days, hours; rate, burst, ceiling. The ceiling's burst is led in by '/' as the burst is. */

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What may become part of a shell command. */
 #include "shell.h"
 

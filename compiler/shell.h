@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What may become part of a shell command. */
 #ifndef COMPILER_SHELL_H
 #define COMPILER_SHELL_H

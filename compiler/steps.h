@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The steps of a compile and what they share, for the compiler itself and for who calls a step
  * alone. A caller may be written in C. */
 #ifndef COMPILER_STEPS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* qosctl apply: the scripts reach the kernel. */
 #include "ctl.h"
 

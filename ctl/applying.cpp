@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the verbs that change the kernel share: the lock, the apply, and its answer. */
 #include "applying.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the verbs that change the kernel share. Private to this room. */
 #ifndef CTL_APPLYING_H
 #define CTL_APPLYING_H

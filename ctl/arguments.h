@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The command line of qosctl: its verbs, their options, and the help that both print. */
 #ifndef CTL_ARGUMENTS_H
 #define CTL_ARGUMENTS_H

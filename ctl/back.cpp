@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* qosctl back N: the stores as they were before a change. */
 #include <errno.h>
 #include <stdio.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the verbs that read or change the stores share. */
 #include "changes.h"
 

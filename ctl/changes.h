@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the verbs that read or change the stores share. */
 #ifndef CTL_CHANGES_H
 #define CTL_CHANGES_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* qosctl check: what is wrong with scripts, stores, the last compile and the kernel, and how to mend
  * it. Nothing is changed. */
 #include <stdio.h>

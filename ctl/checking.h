@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What check asks beside scripts and stores. */
 #ifndef CTL_CHECKING_H
 #define CTL_CHECKING_H

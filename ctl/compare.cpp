@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Stores, scripts and kernel, class by class. What is unknown on a side, or not there, is not
  * compared with the others: that the whole class or device is missing is a difference of its own. */
 #include "compare.h"

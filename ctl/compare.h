@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the parts of the comparison share: values of the three sides, and a class on them. */
 #ifndef CTL_COMPARE_H
 #define CTL_COMPARE_H

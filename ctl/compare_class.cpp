@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* One class on the three sides. */
 #include <string.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The rules of a class: as lines of the scripts, and as filters in the kernel. */
 #include <string.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* qosctl compile: the compiler run into a fresh folder, which becomes the folder of scripts only when
  * it is whole. Two at once follow each other. */
 #include "compiling.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the last compile says: that it failed or left something out, and that somebody saved since. */
 #include <dirent.h>
 #include <stdio.h>

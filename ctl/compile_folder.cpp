@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The folder of scripts, made afresh and put in place as a whole. */
 #include <dirent.h>
 #include <errno.h>

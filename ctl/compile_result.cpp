@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What is kept of the last compile: a text of its exit status, its time and what it told. */
 #include <errno.h>
 #include <inttypes.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The compiler, run apart: its scripts into a folder of our choice, its reports into a /tmp that
  * nobody else sees. What it prints is the trace of its steps, and among them the alerts of its pages;
  * what it tells on standard error is what it left out. */

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A compile, and what it leaves for those who come after it: the folder before it, and its result. */
 #ifndef CTL_COMPILING_H
 #define CTL_COMPILING_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* qosctl confirm: what was applied with --confirm stays. */
 #include "ctl.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the verbs of qosctl share: the options, how they answer, and what each is. One file a verb,
  * named for it; a verb prints its answer on standard output and what went wrong on standard error,
  * and returns the exit status. */

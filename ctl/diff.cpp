@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* qosctl diff: where stores, scripts and kernel say different things. */
 #include "diff.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The parts of diff: what the stores would compile to, how that is compared with the scripts and the
  * kernel, and the differences as they are shown. */
 #ifndef CTL_DIFF_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* qosctl explain: which class a packet gets, and by which rule. */
 #include "ctl.h"
 

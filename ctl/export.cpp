@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* qosctl export FILE: all stores and descriptions as one text. */
 #include <errno.h>
 #include <stdio.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Why a device is left out of an answer. */
 #include "ctl.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* qosctl history: the last changes of the stores, newest first. */
 #include <errno.h>
 #include <stdio.h>

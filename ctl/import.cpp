@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* qosctl import FILE: all stores and descriptions replaced by those of a bundle, or none. */
 #include <errno.h>
 #include <stdio.h>

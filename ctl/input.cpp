@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What most verbs begin with: the scripts read and checked, and times. */
 #include "ctl.h"
 

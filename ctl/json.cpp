@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Answers for programs: one JSON object on one line. A store may hold any bytes, and what reads the
  * answer may be a terminal: it gets UTF-8 without control characters. */
 #include "ctl.h"

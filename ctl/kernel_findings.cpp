@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the kernel says of the devices, and what it cannot do. */
 #include <string.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What runs, as an OpenMetrics 1.0 text for programs that collect figures. */
 #include "status.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* qosctl plan: what an administrator could run by hand, from nothing to the whole; with
  * --difference what apply would send now. */
 #include "checking.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* qosctl: what an administrator asks of the shaping, on the command line. */
 #include <errno.h>
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* qosd: does what needs waiting. It applies at boot and when a device comes up, changes rates at
  * each turn of a schedule, brings back the last good state when a confirmation does not come,
  * samples the counters, and answers on /run/qos/control. All work is done by qosctl, one process a

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What a side says, and what differs. */
 #include <stdlib.h>
 #include <string.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* qosctl selftest: the user's own tree on a pair of devices in a network name space of its own, and
  * real packets on it. */
 #include "selftest.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The parts of selftest: the packets that a tree is tested with, the device pair that stands for the
  * user's own, and the traffic on it. */
 #ifndef CTL_SELFTEST_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Packets that test a rule: found by trying, for what the rules before it leave is hard to tell but
  * easy to ask. The tries are the same in every run. */
 #include "selftest.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A device of the user's own name in a network name space of our own, and what runs on it. */
 #include "selftest.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Real packets, sent as the router itself sends them: they pass the firewall and the device's queue. */
 #include "selftest.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* qosctl status: what runs now, once or again and again. */
 #include "status.h"
 

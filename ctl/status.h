@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What status shows: the record of what was applied, joined with what the kernel says of it. Filled
  * by status_reading.cpp, shown by status_table.cpp, status_json.cpp and openmetrics.cpp. */
 #ifndef CTL_STATUS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What runs, as one JSON object. */
 #include "status.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Reads what status shows. */
 #include "status.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What runs, as a table for people, no wider than what stands in it. */
 #include "status.h"
 

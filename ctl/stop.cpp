@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* qosctl stop: what is ours in the kernel goes. */
 #include "applying.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What is wrong in the stores: names of what is not there, classes that no policy reaches, marks that
  * say otherwise than the classes do, and what the compiler or a page would leave out. A store that is
  * not there has no objects. */

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The rules that the filters of a class would become. The lines are those of the compiler, which tells
  * more than it returns and cannot be asked twice. */
 #include <string.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The scripts that the stores would become, so that both are read by one reader. */
 #include <stdlib.h>
 #include <string.h>

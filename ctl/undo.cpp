@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* qosctl undo: what ran before the last apply. */
 #include "applying.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* qosctl week: the rates of the classes, hour by hour of the wall clock, in the days to come. */
 #include "ctl.h"
 

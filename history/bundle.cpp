@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* All stores and descriptions as one text, in the format of store/kept_text.cpp: without their
  * access, for the router that takes them in has its own. */
 #include <ctype.h>

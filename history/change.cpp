@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A change: begun, committed or put back as a whole. While it is open, its file is what
  * store/laid_aside makes. To close it, the file is replaced by one that holds only what differs,
  * and the differences behind, and gets its number: that rename is the moment of the change. */

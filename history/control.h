@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Where qosd is asked: known to it, to the pages, and to qosctl, which all stand on this room. */
 #ifndef HISTORY_CONTROL_H
 #define HISTORY_CONTROL_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What differs between two sets of files. */
 #include "differences.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What differs between two sets of files, object by object and value by value. */
 #ifndef HISTORY_DIFFERENCES_H
 #define HISTORY_DIFFERENCES_H

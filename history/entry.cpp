@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Entries on the disk. */
 #include "entry.h"
 

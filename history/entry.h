@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Entries on the disk: what a change laid aside (store/laid_aside.h), and behind it its
  * differences, a line each, and a fingerprint of these lines. */
 #ifndef HISTORY_ENTRY_H

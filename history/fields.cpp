@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Lines of texts. */
 #include "fields.h"
 

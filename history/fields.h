@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Lines of texts: behind a first word, each text as a tab and a '=' before it, a missing one as a
  * tab and a '-'. Backslash, tab, LF and CR in a text are escaped, so that it cannot end its
  * field. */

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The gate before a bundle, and what is told of one that does not pass. */
 #include <stdio.h>
 

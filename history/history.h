@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The changes of the stores: begun, committed or put back as a whole, kept for a while, and told
  * value by value; the revisions of what a form shows; and all stores as one bundle.
  *

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Fingerprints of what a form shows, and of all stores. */
 #include <errno.h>
 #include <string.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The values of one section, in memory. */
 #ifndef HISTORY_SECTION_H
 #define HISTORY_SECTION_H

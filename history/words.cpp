@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What an entry says, in words. */
 #include <stdio.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* An apply: what is asked for and what was applied give a job a device; all are looked at before
  * the first is changed. */
 #include "kernel.h"

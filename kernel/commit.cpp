@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The records of an apply. */
 #include "commit.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The records of an apply, in an order that a kill at any moment leaves of use. Private to this
  * room.
  *

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A confirmation that is waited for: one file with the moment at which it is over, in
  * milliseconds of the clock that runs from the start of the router and that nobody sets. */
 #include "kernel.h"

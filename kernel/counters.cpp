@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The counters of a device's classes. */
 #include "kernel.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The filters that hang at a root qdisc, made out of what the kernel tells of them. A u32 filter
  * is words of the packet, each with a mask: a rule that makes another word, or another mask, is
  * none of ours. */

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The filters that hang at a root qdisc. Private to this room. */
 #ifndef KERNEL_FILTERS_H
 #define KERNEL_FILTERS_H

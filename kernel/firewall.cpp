@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The mangle table. Which of the two kinds of programs works is found by trying: those that speak
  * nf_tables are asked first, by their plain names; where the kernel has none, or its nf_tables take
  * no tables of IPv4, those that are called legacy serve. */

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The mangle table of the firewall, read and changed by the two programs that iptables comes with.
  * Private to this room. */
 #ifndef KERNEL_FIREWALL_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* One device's part of an apply. */
 #include "job.h"
 

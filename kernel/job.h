@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* One device's part of an apply. Private to this room. */
 #ifndef KERNEL_JOB_H
 #define KERNEL_JOB_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What runs in the kernel: read by netlink and iptables-save into a tree, changed by one batch of
  * tc and one input of iptables-restore, and put back where that fails. Who changes anything holds
  * lock_kernel. What went wrong is one line on standard error (qos_warn). Nothing is printed on

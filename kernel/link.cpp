@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What a device is, beside what it runs. */
 #include "kernel.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Questions to the kernel by netlink. */
 #include "netlink.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Questions to the kernel by netlink, and what its answers hold. Private to this room. */
 #ifndef KERNEL_NETLINK_H
 #define KERNEL_NETLINK_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the kernel can do, tried out on the loopback device of a name space of its own: what a kernel
  * lists of itself leaves out what is built in, and says nothing of what cannot be loaded. */
 #include "kernel.h"

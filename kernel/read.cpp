@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What runs on a device, read into a tree. */
 #include "kernel.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A set of scripts as it was applied, in one file:
  *
  *     qos-applied 1

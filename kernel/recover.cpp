@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* An apply that was cut: what it left in the kernel becomes what was applied before it. */
 #include "kernel.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What came of an apply, in the records. */
 #include "whole_apply.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The root qdisc of a device. */
 #include "root.h"
 

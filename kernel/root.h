@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The root qdisc of a device, where it is one of ours. Private to this room. */
 #ifndef KERNEL_ROOT_H
 #define KERNEL_ROOT_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Programs, started without a shell. Input and outputs are files in memory: neither side waits for the
  * other, and a batch is carried out to its end should we be killed meanwhile. */
 #include "kernel.h"

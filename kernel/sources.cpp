@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Where the scripts of an apply come from. */
 #include "whole_apply.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The commands of a transition, run, and what they made looked at. */
 #include "stages.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The commands of a transition, run. Private to this room. */
 #ifndef KERNEL_STAGES_H
 #define KERNEL_STAGES_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* An apply as a whole: what is asked for, what was, and a job a device. Private to this room. */
 #ifndef KERNEL_WHOLE_APPLY_H
 #define KERNEL_WHOLE_APPLY_H

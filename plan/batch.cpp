@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Lines of tc. */
 #include "batch.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Lines of tc, one a function, written as `tc -batch` reads them. All figures are spelled out
  * in bits a second and bytes, for what a line does not say tc sets to its own. Private to this
  * room. */

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The chain of the firewall that marks the packets of a device. Its lines are written as
  * iptables-save prints them, so that what runs can be compared as text.
  *

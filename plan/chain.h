@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The chain of the firewall that marks the packets of a device. Private to this room. */
 #ifndef PLAN_CHAIN_H
 #define PLAN_CHAIN_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The parts of a transition that is being written: classes, filters and marks. Private to this
  * room. */
 #ifndef PLAN_CHANGES_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The classes of a transition. What the kernel was seen to do: a class with a parent that is
  * not there becomes a root class without a word, a leaf qdisc is dropped as soon as its class
  * has a child, and a class cannot go while it has children or a filter leads to it. The

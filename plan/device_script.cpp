@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The script of a device: its discipline and what that needs. */
 #include <string.h>
 

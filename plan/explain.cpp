@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The class of a packet, as the kernel finds it: by the first rule that matches, else by the default
  * class, or in a strict-priority device by the packet's TOS.
  *

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Rates and sizes as people write them. */
 #include "plan.h"
 

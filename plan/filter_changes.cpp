@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The filters of a transition, and the chain that marks for them. The chain changes as a whole,
  * the filters one by one; a packet has one mark, that of the first line that matches it. So a
  * line of the chain is put in, or taken out, when its turn among the u32 filters comes: where

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The filters of a device, out of its rules. */
 #include "filters.h"
 

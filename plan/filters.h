@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The filters of a device, out of its rules. Private to this room. */
 #ifndef PLAN_FILTERS_H
 #define PLAN_FILTERS_H

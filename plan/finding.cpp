@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What was found to be wrong, and the words for it. */
 #include <stdarg.h>
 #include <string.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Scripts as texts: a folder read whole, and the sets that are put together from others. */
 #include <dirent.h>
 #include <errno.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Hours of the week: which ones a slot takes, and how they are told to people. */
 #include <string.h>
 

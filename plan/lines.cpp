@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* One script, line by line. Lines are KEY=VALUE, in any order but for those of a rule. A script is
  * read as text and never evaluated: a line that is not as the compiler writes it is told, and
  * nothing is taken from it. */

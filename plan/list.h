@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A list that grows: items in one block of memory, and how many there are. Items are plain data, and
  * move when the list grows. An empty list is all zeroes. */
 #ifndef PLAN_LIST_H

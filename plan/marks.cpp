@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The marks of the firewall's rules, which are counted over all devices of a compile: with one
  * twice, packets of one class would go to another. */
 #include "parts.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What a rule says that a packet must be:
  *     RULE     192.168.1.8/29:0/0x0,10.0.0.5/32:1024/0xfc00;tcp.5
  *     IPTRULE  192.168.1.8/29:0,10.0.0.5/32:5060-5061;udp. */

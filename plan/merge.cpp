@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What leads packets to classes in two trees, brought into one order. */
 #include "merge.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What leads packets to classes in two trees, brought into one order: a packet is led by the
  * first that matches it, in the old tree as in the new one, and so in all that lies between
  * them as long as what is new is added from its first to its last, and then what is old removed

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The script of a class, or of a node of a strict-priority device. */
 #include <string.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The nodes of a device, as the names of their scripts tell them: a handle is the path of minors
  * from the root. */
 #include <string.h>

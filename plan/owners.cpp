@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Which device a script is of. Names of devices hold '-', '.' and digits, so that only the device
  * scripts that are there tell where a device ends and a handle begins. */
 #include <string.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the sources that read and check scripts share. */
 #ifndef PLAN_PARTS_H
 #define PLAN_PARTS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the compiled scripts say and what the kernel shall run for it: the scripts read into devices,
  * classes and rules, the faults found in them, the tree that the kernel shall run at a time, the
  * commands that lead from one tree to another, the class of a packet, and the rates of a week.

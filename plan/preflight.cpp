@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What is well formed, and yet not what an administrator can have meant: told before it is applied.
  * Of a device whose discipline is not known nothing is told; what a fault left open is not
  * judged. */

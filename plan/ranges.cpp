@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Values that are well formed, and yet more or less than tc and the kernel can take. */
 #include <inttypes.h>
 

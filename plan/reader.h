@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A script that is being read: its lines, what is told of them, and what is taken from them. */
 #ifndef PLAN_READER_H
 #define PLAN_READER_H

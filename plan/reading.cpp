@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* From scripts to devices. The names tell which devices and classes there are, the lines what they
  * are; what does not go together is told, and whatever could be read is kept. */
 #include <string.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The lines of rules. A RULE is followed by its PRIORULE; an IPTRULE stands between its PRIORULE
  * and its MARK. */
 #include "reader.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Whether trees are the same to the kernel, which keeps rates as whole bytes a second and bursts as
  * times. */
 #include "same_tree.h"

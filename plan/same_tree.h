@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Whether trees, or parts of them, are the same to the kernel. Private to this room. */
 #ifndef PLAN_SAME_TREE_H
 #define PLAN_SAME_TREE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Which rates a class has at which hour. A schedule is about the hours that the wall clock shows, and
  * so a moment is looked at as what the clock shows then: an hour that is skipped is never seen, one
  * that comes twice is seen twice. */

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Rules that never win, since one before them takes all that they match.
  *
  * Rules are put into shapes: how much of a packet they look at. A rule can be covered only by one

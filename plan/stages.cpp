@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The stages of a transition, as they are written. */
 #include "stages.h"
 

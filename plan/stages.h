@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The stages of a transition, as they are written. Private to this room. */
 #ifndef PLAN_STAGES_H
 #define PLAN_STAGES_H

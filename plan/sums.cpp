@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Rates that do not go together, in any hour of the week: those of classes with that of their
  * parent, and ceilings with what they are to stand above and below. */
 #include <string.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* From one tree to another: whether it can be done piece by piece, and in which order. */
 #include "changes.h"
 #include "filters.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the kernel shall run for a device: its classes with the rates of the hour, its filters,
  * and the chain that marks. */
 #include "chain.h"

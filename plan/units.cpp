@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Numbers with their units, and the schedule lines that are made of them. */
 #include <string.h>
 

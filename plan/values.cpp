@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Single values of lines. */
 #include <string.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The folder of scripts as a whole. */
 #include <errno.h>
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The names of scripts. */
 #include <string.h>
 

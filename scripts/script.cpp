@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* How a script is opened and closed. */
 #include <errno.h>
 #include <string.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The folder of scripts: what its files are called, and how one is written. */
 #ifndef SCRIPTS_SCRIPTS_H
 #define SCRIPTS_SCRIPTS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Basic records: the nodes of a strict-priority policy, loaded into a class record. */
 #include <cfl.h>
 

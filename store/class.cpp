@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* HTB classes. */
 #include <cfl.h>
 

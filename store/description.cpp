@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The description files. */
 #include "description.h"
 

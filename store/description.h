@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Descriptions: one line of free text an object, in a file of its own. */
 #ifndef STORE_DESCRIPTION_H
 #define STORE_DESCRIPTION_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Files are replaced as a whole or not at all. */
 #include "draft.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* How a file gets new contents: they are written beside it, to a draft called ".NAME.XXXXXX.draft",
  * which takes the file's place when it is whole on the disk. A full disk, or a router that is
  * switched off meanwhile, leaves the old file; what such a router leaves behind is known by name.

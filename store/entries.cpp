@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The forms of a list entry. */
 #include "entries.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The entries of port and address lists, as text. */
 #ifndef STORE_ENTRIES_H
 #define STORE_ENTRIES_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Rows of the fields, and the check that a key takes what it is formatted with: formats in tables
  * and arguments are not checked by the compiler itself. */
 #include "fields.h"

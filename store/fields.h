@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The fields of the objects: one row names the field of the form, the key in the store, the place
  * in the record and the rule of its values, for all who carry values from one to another. */
 #ifndef STORE_FIELDS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Filters: which traffic a class takes. */
 #include <stdio.h>
 

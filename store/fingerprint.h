@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Fingerprints of bytes, 64 bits (FNV-1a). Two texts that differ in a single byte never share
  * one, for each step maps different states to different ones. */
 #ifndef STORE_FINGERPRINT_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Address lists. */
 #include <cfl.h>
 

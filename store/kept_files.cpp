@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Store and description files with their contents, in memory and on the disk. */
 #include "kept_files.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Store and description files with their contents, in memory and as one text: what a change lays
  * aside, and what a bundle carries. A file is called by its path below STORE_DIR: "class",
  * "desc/LAN1.policy". */

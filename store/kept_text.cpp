@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Kept files as one text:
  *
  *     qos-entry 1                          the first line

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The kinds of object: what each is called, where it is kept and who names it. A table over the
  * kinds counts its rows against KINDS_COUNT, and a switch over them names each and has no default:
  * a new kind then fails to compile wherever it was not thought of. */

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* An open change. */
 #include "laid_aside.h"
 

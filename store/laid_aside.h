@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* An open change: the files that it may touch are laid aside first, in one file that says so by
  * being there. A change that is cut, by whatever, is put back by the next one; when it is whole,
  * that file gets another name, and that moment is the change's own. Everything here is done with

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The one lock of the stores. */
 #include "lock.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The one lock of the stores. Whoever changes them holds it exclusively, from before they are read
  * until they are written; whoever must see one generation of all of them holds it shared. */
 #ifndef STORE_LOCK_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Values and lists of values, copied out of a store file. */
 #include "lookup.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the loaders share: objects, copied out of a store file. */
 #ifndef STORE_LOOKUP_H
 #define STORE_LOOKUP_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Messages to the user, and warnings to standard error. */
 #include "message.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The two ways in which the module speaks: to the user in the browser, and to whoever reads
  * standard error. */
 #ifndef STORE_MESSAGE_H

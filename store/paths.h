@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Where the stores are, and the longest key of a list in them. */
 #ifndef STORE_PATHS_H
 #define STORE_PATHS_H

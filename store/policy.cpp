@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Policies: one interface each, with its queueing discipline and the root of its class tree. */
 #include <cfl.h>
 

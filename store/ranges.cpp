@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The split of ranges into aligned blocks. */
 #include "ranges.h"
 

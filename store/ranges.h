@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Ranges of ports and addresses, split into the aligned power-of-two blocks that a classifier
  * can match by value and mask. The split is the usual greedy one: from the low end, always the
  * largest block that is aligned there and does not reach beyond the high end; it gives the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The objects of the QoS store in memory: plain structures of string pointers, null where a
  * field is missing. Strings that a loader stores are heap copies that are never freed, for every
  * run is one compile or one web request. Who uses them may be written in C. */

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The reference check. */
 #include "reference.h"
 

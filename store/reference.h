@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The check before an object is deleted: does another object name it? */
 #ifndef STORE_REFERENCE_H
 #define STORE_REFERENCE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The forms of values, and their words. */
 #include "rules.h"
 

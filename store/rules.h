@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What a field may hold. A rule stands in the row of its field, see fields.h; whoever takes values
  * from outside asks here: the request check, the gate of a bundle, the scripts of the pages. */
 #ifndef STORE_RULES_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Stores are replaced together or not at all. */
 #include "save.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* How changed stores get back to the disk, and what is known when they, or a description, do not. */
 #ifndef STORE_SAVE_H
 #define STORE_SAVE_H

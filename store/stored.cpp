@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What may stand in a store. */
 #include "stored.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What may stand in a store, for values that come another way than by a form. */
 #ifndef STORE_STORED_H
 #define STORE_STORED_H

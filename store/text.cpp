@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Copies of texts. */
 #include "text.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Small questions about texts, and copies of them. */
 #ifndef STORE_TEXT_H
 #define STORE_TEXT_H

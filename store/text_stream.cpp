@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A stream that takes a text in memory. */
 #include "text_stream.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A stream that takes a text in memory. The C library has one too, which loses what memory is short
  * for and does not say so: a store would be cut in silence. */
 #ifndef STORE_TEXT_STREAM_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Progress lines on standard output, which read well inside a page too. name is that of the step
  * of the run, which a helper split out of it shares; the number is free-running. */
 #ifndef STORE_TRACE_H

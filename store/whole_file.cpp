@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Files read and replaced as a whole. */
 #include "whole_file.h"
 

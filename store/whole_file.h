@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Files read and replaced as a whole. */
 #ifndef STORE_WHOLE_FILE_H
 #define STORE_WHOLE_FILE_H

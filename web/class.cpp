@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The page of the HTB classes. */
 #include <stdio.h>
 #include <string.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* How classes are saved, updated and deleted. A class and the marks of its filters are two stores
  * that change together: a filter that a class has taken is marked "use" in its own section, and
  * one that was handed back "unuse". Filters marked "use" are not offered to other classes. */

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The pages of the filters. */
 #include <stdio.h>
 #include <string.h>

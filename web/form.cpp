@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* From the fields of a request to the fields of a record. */
 #include "form.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Reading a form into a record. */
 #ifndef WEB_FORM_H
 #define WEB_FORM_H

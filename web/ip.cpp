@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The pages of the address lists. */
 #include <stdio.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the pages of all kinds share. */
 #include "page.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the pages of all kinds share: the start of the form, and the marks on options and boxes. */
 #ifndef WEB_PAGE_H
 #define WEB_PAGE_H

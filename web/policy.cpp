@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The page of the policies: the form of one interface's policy, and a summary of all five. */
 #include <stdio.h>
 

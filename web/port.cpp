@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The pages of the port lists. */
 #include <stdio.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The way of an object from its form to its store. */
 #include "save.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the saves, updates and deletes of all kinds share: the way of an object from its form to
  * its store. */
 #ifndef WEB_SAVE_H

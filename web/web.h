@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The web pages of the five kinds of object, as handlers for the dispatcher behind main.cgi, which
  * may be written in C.
  *

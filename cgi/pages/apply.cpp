@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Saved, compiled and running side by side, and the way from one to the next. */
 #include "apply.h"
 

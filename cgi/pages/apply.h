@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Saved, compiled and running side by side, and the way from one to the next. */
 #ifndef CGI_PAGES_APPLY_H
 #define CGI_PAGES_APPLY_H

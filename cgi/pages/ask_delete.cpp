@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The question before a delete. */
 #include "ask_delete.h"
 

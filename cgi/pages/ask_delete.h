@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The question before a delete. */
 #ifndef CGI_PAGES_ASK_DELETE_H
 #define CGI_PAGES_ASK_DELETE_H

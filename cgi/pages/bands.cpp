@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The pages of the strict-priority roots and their bands. */
 #include "bands.h"
 

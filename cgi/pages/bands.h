@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The pages of the strict-priority roots and their bands, which the module has none for: the display
  * and the changes that handlers.h calls, as those of the other kinds. A root names three bands, a band
  * names filters; what is stored is a root when it has a band, else a band. The pages do without

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The form of a strict-priority root or of one of its bands. A root's fields offer the bands that there
  * are and take other names; a band has a box for each filter, and those that another class or band
  * has stand apart, for who takes one takes it from there. */

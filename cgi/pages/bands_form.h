@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The form of a strict-priority root or of one of its bands. */
 #ifndef CGI_PAGES_BANDS_FORM_H
 #define CGI_PAGES_BANDS_FORM_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The changes of the strict-priority roots and their bands. */
 #include "bands_save.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The handlers' refusals of strict-priority roots and bands. */
 #ifndef CGI_PAGES_BANDS_SAVE_H
 #define CGI_PAGES_BANDS_SAVE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* All settings as one file. */
 #include "bundle.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* All settings as one file: to keep, and to bring back. */
 #ifndef CGI_PAGES_BUNDLE_H
 #define CGI_PAGES_BUNDLE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What each class of a device carried, as curves, and the kernel's counters now. */
 #include "curves.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What each class carried, as curves. */
 #ifndef CGI_PAGES_CURVES_H
 #define CGI_PAGES_CURVES_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Where a packet goes: a form of what is in its head, and what each device does with it. */
 #include "explain.h"
 

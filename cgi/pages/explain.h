@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Where a packet goes. */
 #ifndef CGI_PAGES_EXPLAIN_H
 #define CGI_PAGES_EXPLAIN_H

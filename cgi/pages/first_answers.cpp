@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The answers to the first steps. */
 #include "first_answers.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The answers to the first steps: read from the request, and what is wrong with them. */
 #ifndef CGI_PAGES_FIRST_ANSWERS_H
 #define CGI_PAGES_FIRST_ANSWERS_H

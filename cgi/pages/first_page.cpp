@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The page of the first steps: the form, and what its answers would make. */
 #include "first_page.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The page of the first steps. */
 #ifndef CGI_PAGES_FIRST_PAGE_H
 #define CGI_PAGES_FIRST_PAGE_H

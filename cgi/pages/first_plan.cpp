@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the first steps would make of the answers. */
 #include "first_plan.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the first steps would make of the answers: ordinary objects, in stores that are not yet
  * written. */
 #ifndef CGI_PAGES_FIRST_PLAN_H

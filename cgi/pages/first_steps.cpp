@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A start for an empty router, from a few answers: they are shown as the objects that they would
  * become, and then made as those, in one entry of the history. */
 #include "first_steps.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A start for an empty router, from a few answers. */
 #ifndef CGI_PAGES_FIRST_STEPS_H
 #define CGI_PAGES_FIRST_STEPS_H

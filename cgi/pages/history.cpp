@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The page of the last changes. */
 #include "history.h"
 

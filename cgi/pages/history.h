@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The page of the last changes, and the way back to before any of them. */
 #ifndef CGI_PAGES_HISTORY_H
 #define CGI_PAGES_HISTORY_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The list of the objects of a kind. */
 #include "list.h"
 

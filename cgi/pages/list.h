@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The list of the objects of a kind. */
 #ifndef CGI_PAGES_LIST_H
 #define CGI_PAGES_LIST_H

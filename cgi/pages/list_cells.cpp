@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The cells of the lists. */
 #include "list_cells.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The cells of the lists: what an object is, in words, and who uses it, as links. */
 #ifndef CGI_PAGES_LIST_CELLS_H
 #define CGI_PAGES_LIST_CELLS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A list for the page scripts. */
 #include "list_json.h"
 

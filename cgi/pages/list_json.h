@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A list for the page scripts. */
 #ifndef CGI_PAGES_LIST_JSON_H
 #define CGI_PAGES_LIST_JSON_H

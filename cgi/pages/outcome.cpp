@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What becomes of a packet on a device. */
 #include "outcome.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What becomes of a packet on a device: its filter, rule and class, and the rules that lose. */
 #ifndef CGI_PAGES_OUTCOME_H
 #define CGI_PAGES_OUTCOME_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The devices, their trees and what stands in them, on one page. qosd is asked before anything is
  * read, so that its answers are there when the trees are printed. */
 #include "overview.h"

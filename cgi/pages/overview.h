@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The devices, their trees and what stands in them, on one page. */
 #ifndef CGI_PAGES_OVERVIEW_H
 #define CGI_PAGES_OVERVIEW_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* An interface: what its line is, and its tree or bands. */
 #include <stdio.h>
 #include <string.h>

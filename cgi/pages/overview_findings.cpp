@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What check finds, at the object that it is about, with a link to where it is mended. */
 #include <stdio.h>
 #include <string.h>

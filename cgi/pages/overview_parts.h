@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The parts of the overview: what they are told, and what each prints. */
 #ifndef CGI_PAGES_OVERVIEW_PARTS_H
 #define CGI_PAGES_OVERVIEW_PARTS_H

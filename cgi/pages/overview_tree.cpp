@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A policy's classes as nested lists. All rates of a device are in one unit, and a whole bar is what
  * the parent may have. */
 #include <stdio.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The week of a class, as a strip from Monday to Sunday and in words. */
 #include <stdio.h>
 #include <stdlib.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The form of the page that explains. */
 #include "packet_form.h"
 

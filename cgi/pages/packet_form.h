@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The form of the page that explains: what is in the head of a packet. */
 #ifndef CGI_PAGES_PACKET_FORM_H
 #define CGI_PAGES_PACKET_FORM_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* An object called otherwise, and with it all that name it: its section keeps its place, each value
  * that names it is changed where it stands, and its description goes along, in one entry. */
 #include "rename.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* An object called otherwise, and with it all that name it. */
 #ifndef CGI_PAGES_RENAME_H
 #define CGI_PAGES_RENAME_H

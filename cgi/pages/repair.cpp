@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The page in the place of one that would show a value as markup or script. */
 #include "repair.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The page in the place of one that would show a value as markup or script: all values of the
  * object, escaped, and a form to mend or delete those at fault. */
 #ifndef CGI_PAGES_REPAIR_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Saved, compiled and running beside each other. */
 #include "stage_table.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Saved, compiled and running beside each other. */
 #ifndef CGI_PAGES_STAGE_TABLE_H
 #define CGI_PAGES_STAGE_TABLE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What holds when: the coming days of each class that has a schedule, hour by hour. */
 #include "week.h"
 

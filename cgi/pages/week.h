@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What holds when. */
 #ifndef CGI_PAGES_WEEK_H
 #define CGI_PAGES_WEEK_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Answers: one JSON object on one line. */
 #include "answer.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Answers: one JSON object on one line, in a file in memory that is sent to the client. */
 #ifndef CTL_DAEMON_ANSWER_H
 #define CTL_DAEMON_ANSWER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the daemon knows of what was applied. */
 #include "applied.h"
 

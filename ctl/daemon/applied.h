@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the daemon knows of what was applied: which devices it waits for and of which it reads the
  * counters. */
 #ifndef CTL_DAEMON_APPLIED_H

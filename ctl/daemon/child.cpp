@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A program that is started and not waited for. */
 #include "child.h"
 

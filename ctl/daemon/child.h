@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A program that is started and not waited for: its outputs are files in memory, which it fills by
  * itself and which take none of ours. A hostile folder can hurt it, and no more than it. */
 #ifndef CTL_DAEMON_CHILD_H

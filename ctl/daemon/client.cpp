@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* One client of the control socket. */
 #include "client.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* One client of the control socket: asks, waits for its turn, has its question answered by a child
  * or from the samples, is sent the answer. */
 #ifndef CTL_DAEMON_CLIENT_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The clock of the daemon's deadlines: milliseconds since the router was started, set by nobody. */
 #ifndef CTL_DAEMON_CLOCK_H
 #define CTL_DAEMON_CLOCK_H

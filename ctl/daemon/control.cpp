@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* /run/qos/control. */
 #include "control.h"
 

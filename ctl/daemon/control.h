@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* /run/qos/control: clients that ask one line and get one answer each. Only users of the socket's
  * group can; who asked what stands in the log. */
 #ifndef CTL_DAEMON_CONTROL_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the daemon has qosctl do by itself. */
 #include "errands.h"
 

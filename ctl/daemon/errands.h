@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the daemon has qosctl do by itself: one errand at a time, and none while a client has
  * something changed. */
 #ifndef CTL_DAEMON_ERRANDS_H

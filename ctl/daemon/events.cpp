@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What wakes the daemon but its clients and its clock. */
 #include "events.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What wakes the daemon but its clients and its clock: signals, links, files, and the hours of the
  * wall clock. Each is a descriptor to poll for reading, and a function that reads it. */
 #ifndef CTL_DAEMON_EVENTS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the daemon tells. */
 #include "log.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the daemon tells: to the system's log, or to standard error where it stays in the
  * foreground. */
 #ifndef CTL_DAEMON_LOG_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What is resident: the daemon waits for seconds or hours, and is small meanwhile. */
 #ifndef CTL_DAEMON_MEMORY_H
 #define CTL_DAEMON_MEMORY_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What a client may ask. */
 #include "question.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What a client may ask: one line, a verb and words KEY=VALUE or KEY, with blanks between them. */
 #ifndef CTL_DAEMON_QUESTION_H
 #define CTL_DAEMON_QUESTION_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Where samples come from and go. */
 #include "rates.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Where samples come from and go: read from the kernel's counters, told as an answer. */
 #ifndef CTL_DAEMON_RATES_H
 #define CTL_DAEMON_RATES_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The rates of the last hour and week of each class. */
 #include "samples.h"
 

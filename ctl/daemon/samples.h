@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The rates of the last hour and week of each class, from its counters: in memory of fixed size, of
  * which a class takes its part when it appears and which it gives back when it has been gone for an
  * hour. */

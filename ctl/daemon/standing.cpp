@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the daemon says at once of the way from saved to running. */
 #include "standing.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the daemon says at once of the way from saved to running, for who asks often: what waits for a
  * confirmation, what was compiled and applied and when, and what failed. */
 #ifndef CTL_DAEMON_STANDING_H

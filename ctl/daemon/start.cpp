@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* How the daemon becomes the only one, and tells that it is ready. */
 #include "start.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the compiler told of its steps. */
 #include "trace.h"
 

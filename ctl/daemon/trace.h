@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the compiler told of its steps, for who cannot read it on the router. */
 #ifndef CTL_DAEMON_TRACE_H
 #define CTL_DAEMON_TRACE_H

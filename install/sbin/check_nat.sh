@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # NAT test for a router that has none of its own: check_nat.sh DEVICE ADDRESS
 # Exit status 1 when ADDRESS, an entry of an address list, leaves DEVICE translated, else 0.
 #

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The text of the file is the data: it is read in one piece, edited in place and written back,
  * so that what an edit does not touch cannot change. Beside the text stands an index of the
  * section headings with a hash table over their names. It is built in one pass that looks at

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* libcfl: store files, that is text files of named sections of named values.
  *
  *     # a comment

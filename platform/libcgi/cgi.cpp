@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The query string and the body are copied once and decoded in place: what is decoded is never
  * longer than what was sent. The fields point into these copies. */
 #include "cgi.h"

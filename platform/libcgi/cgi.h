@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* libcgi: what a CGI program needs of a request and its answer.
  *
  * A request is a list of fields, name and value, decoded: '+' is a blank and %XX a byte; a '%'

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A browser to drive: Debian's chromium, or its firefox-esr where QOS_BROWSER says so.
 //
 // Elements are named by a CSS selector; "button@2" is the third that matches. Every wait ends

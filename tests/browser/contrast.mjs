@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Holds the colours of qos.css against the grounds that they stand on, light and dark, and prints the
 // contrasts: contrast.mjs. Checks of accessibility see text only; edges, bars and lines are figures too.
 import fs from 'node:fs';

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the script adds to the forms: the chooser, the fixed id and the copy, the check before a
 // form is sent, the filters of others, and the days of schedule tables.
 import { wait } from './browser.mjs';

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // An administrator's days on a router with qosd and a kernel of its own: journeys.mjs [TITLE ...].
 // tests/run/journeys serves the router and runs this. What a journey takes is counted: presses, which
 // are clicks and the keys that press a button or take an entry, and pages that are loaded.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The lists: deletes that are asked about, or off with their reason, and what a save says on them.
 import { wait } from './browser.mjs';
 import { arrive, cgi, drop, keep, list, open, query, remove, run, same, stored, texts, value, write,

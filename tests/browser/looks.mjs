@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How the pages stand on a phone and on a wide screen, light and dark: nothing is wider than the
 // window, and automatic checks of accessibility and of our own markup find nothing.
 import { HtmlValidate } from 'html-validate';

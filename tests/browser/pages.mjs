@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The pages of the sample router by their own buttons: what is filled in arrives in the stores, and
 // what is refused leads back to the filled-in form.
 import { wait } from './browser.mjs';

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Pictures of the real pages for the README, into a folder: pictures.mjs FOLDER. docs/make-pictures
 // serves the sample router and runs this. On a router with a kernel of its own the office is at work:
 // what is configured runs, and packets pass while the pictures are taken.

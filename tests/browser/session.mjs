@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the drives of the pages share: the checks, the stores of the router, and the steps that are
 // the same on every page.
 import fs from 'node:fs';

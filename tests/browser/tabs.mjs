@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One object open in two tabs: a form that is no longer the newest is refused, and shows what is
 // stored beside what differs.
 import { wait } from './browser.mjs';

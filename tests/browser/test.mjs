@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The pages of the sample router, driven in a browser: test.mjs [PART ...]. tests/run/browser serves
 // the router and runs this.
 import { forms } from './forms.mjs';

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What was typed is kept with the page until it is saved, and is not left behind unasked.
 import { browserName } from './browser.mjs';
 import { answer, arrive, back, button, cgi, choose, click, drop, leavings, list, notice, open,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What is saved unchanged changes no file, and one change changes only that.
 import fs from 'node:fs';
 import { wait } from './browser.mjs';

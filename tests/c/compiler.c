@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: MIT */
 /* A caller written in C: every routine and global of the compiler, called and read from there.
  * Tells what is not as expected, and ends with 1 then. */
 #include <stdio.h>

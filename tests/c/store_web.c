@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: MIT */
 /* A dispatcher written in C: every routine and record of the stores and the pages that another
  * program may use, called from there. Tells what is not as expected, and ends with 1 then. */
 #include <stdio.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Who may ask, and who may post. */
 #include "../../cgi/access.h"
 

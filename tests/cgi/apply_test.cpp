@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The apply page, and what it has qosd do. */
 #include "../../cgi/pages/apply.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Asking qosd, and what comes instead of an answer. */
 #include "../../cgi/ask.h"
 

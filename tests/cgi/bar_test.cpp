@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The apply bar, in each of its states. */
 #include "../../cgi/bar.h"
 

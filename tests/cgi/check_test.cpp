@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The rules of the fields, on both sides of each limit, and where a post may come from. */
 #include "../../cgi/check.h"
 

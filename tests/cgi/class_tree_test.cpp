@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The classes in the order of their trees. */
 #include "../../cgi/class_tree.h"
 

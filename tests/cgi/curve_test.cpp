@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Curves of samples. */
 #include "../../cgi/curve.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Values that could become markup or script on the page of their object, and those that cannot. */
 #include "../../cgi/faults.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Names of fields and of their units, and what a page shows where a key is missing. */
 #include "../../cgi/fields.h"
 

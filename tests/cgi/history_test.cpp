@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The page of the last changes: what of them is compiled and runs, and entries that cannot be read. */
 #include "../../cgi/pages/history.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* JSON as qosd answers it, and what is none. */
 #include "../../cgi/json.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The line of the system's log for what somebody did. */
 #include "../../cgi/log.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Who names a filter, and what a change of a class or band makes of the marks. */
 #include "../../cgi/marks.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Texts as they stand in pages, addresses and JSON. */
 #include "../../cgi/frame.h"
 #include "../../cgi/markup.h"

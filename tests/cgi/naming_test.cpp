@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Every key that names an object, changed where it stands. */
 #include "../../cgi/naming.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the rule writer makes of addresses as people write them, and what they meant. */
 #include "../../cgi/networks.h"
 

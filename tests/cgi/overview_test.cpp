@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The overview: what is stored, what is carried and what is wrong, on one page. */
 #include "../../cgi/pages/overview.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Which filters mean a packet. */
 #include "../../cgi/packet_match.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The fields that the page script posts beside those of the form. */
 #include "../../cgi/posted.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The rules as the scripts of the pages get them. */
 #include "../../cgi/rules_json.h"
 

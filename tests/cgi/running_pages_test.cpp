@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The pages that look at what runs, with answers of qosd's as a router gives them, and without. */
 #include "../../cgi/pages/curves.h"
 #include "../../cgi/pages/explain.h"

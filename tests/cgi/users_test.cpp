@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What uses an object, and whether it can be deleted. */
 #include "../../cgi/users.h"
 

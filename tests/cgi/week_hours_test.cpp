@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The hours of a week, in zones whose clocks are set in odd ways. */
 #include "../../cgi/week_hours.h"
 

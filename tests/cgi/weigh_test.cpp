@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What a form means, and what of it would be read otherwise. */
 #include "../../cgi/weigh.h"
 #include "../../web/web.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What is stored, in words. */
 #include "../../cgi/words.h"
 

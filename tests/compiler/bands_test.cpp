@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The scripts of a strict-priority policy: its root and three bands. */
 #include "compiler_files.h"
 

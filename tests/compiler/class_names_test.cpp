@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The names of class scripts, on both sides of what holds them. */
 #include "compiler_files.h"
 

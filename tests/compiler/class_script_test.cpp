@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The lines of one class or band, in their order. */
 #include "compiler_files.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The walk through the tree of a policy's classes: handles, order, and what stops it. */
 #include "compiler_files.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the compiler's unit tests share. A test that declares a fresh_compiler starts with an empty
  * router and the compiler's counters reset. */
 #ifndef TESTS_COMPILER_COMPILER_FILES_H

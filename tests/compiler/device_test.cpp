@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The forms of a name, and the device of an interface as the command shell reports it. */
 #include "../../compiler/device.h"
 

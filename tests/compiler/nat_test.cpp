@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The rule lines of a class where the router translates the source address, and what the NAT test
  * is asked. */
 #include "compiler_files.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Whole compiles that cannot go their whole way: what is skipped, what stops the run, and what is
  * told. */
 #include "compiler_files.h"

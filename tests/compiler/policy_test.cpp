@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Whole compiles: the driver on stores that it can compile, and the scripts it leaves. */
 #include "compiler_files.h"
 

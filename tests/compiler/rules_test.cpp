@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The rule lines of a class where nothing is translated: one for every combination of blocks. */
 #include "compiler_files.h"
 

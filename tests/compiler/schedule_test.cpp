@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The schedule lines of a class, from the store's keys to the line. */
 #include "compiler_files.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What a compile tells on standard error, line by line: why a run ended, what is named and not
  * there, which filter writes no rule, and a NAT test that could not be run. */
 #include <signal.h>

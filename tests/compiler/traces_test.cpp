@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The traces of every step: which, how many and where, and that each is flushed at once, so that
  * whoever follows a compile sees how far it is. */
 #include "compiler_files.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Answers made from what a program printed, and programs that are started without waiting. */
 #include "../../ctl/daemon/answer.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Whether qosd runs. */
 #include "../../ctl/applying.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The command line: what is taken, and the one sentence about what is not. */
 #include "../../ctl/arguments.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the last compile says: its result, and the times of stores and scripts. */
 #include "../../ctl/compiling.h"
 

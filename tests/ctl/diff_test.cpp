@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Where stores, scripts and kernel say different things. */
 #include "../../ctl/diff.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Answers as JSON: one line, in UTF-8, whatever a store holds. */
 #include "../../ctl/ctl.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Lines that clients ask, and what qosctl is started with for them. */
 #include "../../ctl/daemon/question.h"
 

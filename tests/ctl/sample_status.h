@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A device as status finds it: a tree of three classes. */
 #ifndef TESTS_CTL_SAMPLE_STATUS_H
 #define TESTS_CTL_SAMPLE_STATUS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The rates of an hour and a week, from counters. */
 #include "../../ctl/daemon/samples.h"
 

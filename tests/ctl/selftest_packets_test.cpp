@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Packets that test the rules of a tree: what explain says of them, and their bytes. */
 #include "../../ctl/selftest.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What runs, as it is shown: the table, JSON and OpenMetrics. */
 #include "sample_status.h"
 

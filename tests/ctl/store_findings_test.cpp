@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the stores say: each fault that is seeded in good stores is found, and nothing else. */
 #include "../../ctl/ctl.h"
 

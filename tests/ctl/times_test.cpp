@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Times as a user writes them. */
 #include "../../ctl/ctl.h"
 

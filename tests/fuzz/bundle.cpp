@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A bundle, whose last line "end " gets its true fingerprint here: what is damaged is refused at
  * once, and what lies behind that check is to be looked at. What is taken must survive being
  * written, name nothing but stores and descriptions, and be refused with a byte less or another

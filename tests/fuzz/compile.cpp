@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Stores to compile: their text, each behind a line "== KIND". What stands behind "== report" is
  * what the router's command shell tells of every interface; without it, each is its own device.
  * A line "== no KIND" takes a store away.

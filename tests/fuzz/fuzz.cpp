@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The child of an input. This file is compiled without coverage: the compiler would declare the
  * ends of the counters in it too, in a way of its own. */
 #include "fuzz.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the fuzz targets share. A target reads its input as text, holds the code under test against
  * a model as plain as can be, and stops with must() where they differ; the fuzzer keeps the input.
  *

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A text that is read as JSON: within its bytes, to a tree no deeper than its bound. What was read and
  * is written again must be read to the same. */
 #include "../../cgi/json.h"

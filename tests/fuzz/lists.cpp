@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Entries of lists, a line each. Where one is a port or an address, it must be one to a model that
  * takes the text apart by hand, and the blocks of its range must cover each number of it once. */
 #include "../../store/entries.h"

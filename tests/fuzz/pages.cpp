@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Requests to main.cgi, sent one after the other to the sample router: a line each, of the method,
  * the query string, the body, and variables NAME=VALUE, with a tab between them, as in the fixtures
  * of the pages. A page never changes a store, nor does a refusal; nothing that was posted becomes

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A request: its query string, the type of its body and the length that it names, a line each, and
  * the body. An empty length is that of the body. The fields must be those of a model. Checked as
  * the form of one kind or another, a request that passes must hold nothing that could mean

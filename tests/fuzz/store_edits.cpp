@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A store file, a line "%%", and edits of it: a line each, a letter and its words behind tabs.
  *
  *     S section          inserts a section

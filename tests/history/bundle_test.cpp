@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* All stores as one text, and back. */
 #include <errno.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Changes as a whole: begun, committed, put back, listed, brought back. */
 #include <errno.h>
 #include <sys/stat.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What differs between two states of the stores, as an entry tells it. */
 #include "history_router.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the tests of the history share: a router with stores whose lock is held, and what is told
  * of a change as texts. */
 #ifndef TESTS_HISTORY_HISTORY_ROUTER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Changes that are killed, or that fail, at every call that writes: the linker leads the calls to
  * this test, which counts them. Whatever happens, the files are those before or those after, and
  * the next one who takes the lock finds nothing left over. */

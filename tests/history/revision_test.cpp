@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Fingerprints of objects and of all stores. */
 #include <errno.h>
 

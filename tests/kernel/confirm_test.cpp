@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A confirmation that is waited for. */
 #include "../../kernel/kernel.h"
 

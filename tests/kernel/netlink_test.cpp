@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the kernel is asked, and messages that hold less than they should. */
 #include "../../kernel/netlink.h"
 

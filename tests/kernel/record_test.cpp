@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What was applied, as a file: read back as it was written, or not at all. */
 #include "../../kernel/commit.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Programs that are started: what they get, and what they leave. */
 #include "../../kernel/kernel.h"
 

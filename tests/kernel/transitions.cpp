@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Many transitions between random trees, in the kernel: kernel_transitions COUNT [SEED]
  *
  * A device goes from one tree to another by what the plan prints, through tc and

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: MIT */
 /* Lets user-mode Linux run where the processor has more floating-point state than it knows. A
  * library that is loaded before the C library's ptrace.
  *

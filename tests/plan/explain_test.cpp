@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The class of a packet: tables of cases, and many packets beside a model that has the bytes of the
  * packet and asks them as the kernel does. */
 #include "../../plan/plan.h"

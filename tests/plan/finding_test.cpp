@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What was found: its words, and how it is added. */
 #include "script_folder.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A model of the firewall's mangle table, as iptables-restore fills it: chains that are called
  * behind POSTROUTING for a device, and mark its packets. */
 #ifndef TESTS_PLAN_FIREWALL_MODEL_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A folder of scripts read whole, and sets put together from it. */
 #include "script_folder.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A model of what the kernel makes of lines of tc and of input of iptables-restore: it refuses
  * what the kernel was seen to refuse, does in silence what the kernel does in silence, tells
  * the class of a packet from the bytes of its header, and answers what a reader of the kernel

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* That the model of the kernel does what the kernel was seen to do. */
 #include "../../plan/plan.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What is told of scripts that are well formed and not what anybody can have meant. */
 #include "../../plan/parts.h"
 

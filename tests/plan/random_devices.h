@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Devices as scripts could have said them, made at random, and changed a little at a time. They
  * come out of a small world (few classes, addresses, ports), so that two of them have much in
  * common and rules hide each other. */

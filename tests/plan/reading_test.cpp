@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Scripts read into devices, classes and rules, and each fault that can be in them. */
 #include "script_folder.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The rates of an hour, and of a year: beside a model that marks the hours of a week one by one and
  * knows by itself when the clocks of its zones are set. */
 #include "../../plan/plan.h"

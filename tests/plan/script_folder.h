@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the tests of reading share: folders of scripts as maps of texts, what is found in them, and a
  * good one into which a fault can be put. */
 #ifndef TESTS_PLAN_SCRIPT_FOLDER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* From one tree to another, line by line, in a model of the kernel: no line is refused, the end
  * is what was asked for, and a packet finds its class of before or of after at every moment. */
 #include "../../plan/plan.h"

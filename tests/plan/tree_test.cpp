@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the kernel shall run for a device, and when two trees are the same to it. */
 #include "../../plan/plan.h"
 

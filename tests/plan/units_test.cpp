@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Numbers with units, as lines of scripts have them. */
 #include "../../plan/parts.h"
 

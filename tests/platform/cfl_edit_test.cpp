@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Edits of store files: one edit and the whole text that it leaves, strings that outlive their
  * value, and names and values of every character. */
 #include <cfl.h>

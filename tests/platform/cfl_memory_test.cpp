@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Store files while memory is short: each allocation of a run fails once. The linker leads the
  * library's allocations to this test. */
 #include <cfl.h>

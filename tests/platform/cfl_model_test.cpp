@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Store files beside a model of them. Every prefix of a file, and random sequences of edits. */
 #include <cfl.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Reading and writing store files: the format, the look-ups, and every call without its
  * arguments. Edits have a test of their own. */
 #include <cfl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What libcgi makes of a request, and what it prints. */
 #include <cgi.h>
 

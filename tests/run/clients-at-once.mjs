@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Many clients change the stores at once, each its own objects, beside a compiler that runs all the
 // time: clients-at-once [CLIENTS [ROUNDS]], a round being ten changes.
 //

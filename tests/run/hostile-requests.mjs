@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Sends main.cgi every request of hostile_requests.mjs. Each must be refused with its status, and
 // must leave every file of the router as it was; nothing that was sent may show in an answer.
 import { MARKS, hostileRequests } from './hostile_requests.mjs';

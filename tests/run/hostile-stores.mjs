@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Shows, changes and compiles every router of hostile_stores.mjs. Whatever its stores hold, each
 // program ends, what they hold never becomes markup, a page changes nothing, a change leaves the
 // lines of the others, and no file gets anywhere but where stores, descriptions and scripts are.

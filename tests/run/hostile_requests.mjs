@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Requests that no page of this router sends, each with the status, or statuses, that must refuse
 // it. They are made from tables, the same on every run: every field with every value that it must
 // not hold, and whatever may be wrong about the request around the fields.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Stores and descriptions that no page wrote: an editor, a disk that was cut off, another program
 // or a person who means harm did. Each is a name for what it shows, and what to do to the folder of
 // the stores of the sample.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Kills changes at their system calls, and lets those calls fail: killed-saves PART PARTS [all]
 //
 // Every change is run once to see its calls. Then it is run again for each call behind the reading

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Opens a change of a store and leaves it open, as a page does that is killed: open_change STORE */
 #include <unistd.h>
 

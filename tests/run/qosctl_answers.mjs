@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The answers of qosctl's plan, explain and week: qosctl_answers.mjs QOSCTL SCRIPTS
 //
 // SCRIPTS is a copy of the sample office's, which is written to. What week says is compared with a

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What qosd waits for, and whom it answers meanwhile, with a qosctl that writes down how it is
 // called and does what a test wants:
 // qosd-waits start | retries | clients | turns | confirmation | slow | hours | state

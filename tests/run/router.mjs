@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the drives of the built programs share: requests to main.cgi, the files of the router, and
 // the checks. All texts are strings of bytes ("latin1").
 import fs from 'node:fs';

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Linked into a program, lets its allocation number QOS_FAIL_ALLOCATION fail, once, those of the C
  * library included. A program that ends by itself writes how many there were to
  * /tmp/allocations. */

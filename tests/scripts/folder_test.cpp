@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The folder of scripts: who has it alone, and what killed runs left. */
 #include "../../scripts/scripts.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The names of scripts, made and taken to pieces. */
 #include "../../scripts/scripts.h"
 

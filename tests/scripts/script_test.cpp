@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* How scripts are opened and closed. */
 #include "../../scripts/scripts.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The record of a class, and that of a priority band, which is the same one. */
 #include "../../store/records.h"
 

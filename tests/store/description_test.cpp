@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Description files, on both sides of every length. */
 #include "../../store/description.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Files that get new contents: as a whole, with the access and the place of the old one. */
 #include "../../store/draft.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The forms of port and address entries, the bad beside the good. */
 #include "../../store/entries.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "../../store/laid_aside.h"
 
 #include <errno.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What all loaders have in common: no id, no store, no section; lists that end at a gap or at the
  * room of their record. */
 #include "../../store/records.h"

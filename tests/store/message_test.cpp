@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the user and standard error are told. The headers of a page come once a process, so each
  * test prints in a process of its own. */
 #include "../../store/message.h"

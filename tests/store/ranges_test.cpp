@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The split of ranges: known splits, and for all octet ranges and many port ranges that the
  * blocks cover the range, that each is aligned, and that no split has fewer. */
 #include "../../store/ranges.h"

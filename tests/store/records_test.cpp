@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The records of policies, filters, and lists of ports and addresses. */
 #include "../../store/records.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The check whether another object names one. */
 #include "../../store/reference.h"
 

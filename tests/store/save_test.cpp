@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Stores that go back to the disk: together or not at all. */
 #include "../../store/save.h"
 

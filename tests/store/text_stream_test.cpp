@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Texts taken in memory. That memory runs short is tested where stores are written. */
 #include "../../store/text_stream.h"
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Sourced by the tests behind the web server: asking it, and looking at what it answers. The test
 # has a folder $scratch for it.
 # shellcheck shell=sh disable=SC2154

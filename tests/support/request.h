@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the tests of the web pages share: requests, and the answers of handlers to them. libcgi
  * reads its request once a process, so every handler runs in a process of its own. */
 #ifndef TESTS_SUPPORT_REQUEST_H

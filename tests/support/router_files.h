@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the unit tests share: the files of the router that a test writes and reads, and what the
  * code under test prints. A test that declares a fresh_router starts with an empty router. */
 #ifndef TESTS_SUPPORT_ROUTER_FILES_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Stands in for qosd: its socket, and answers of the test's own. */
 #ifndef TESTS_SUPPORT_STAND_IN_H
 #define TESTS_SUPPORT_STAND_IN_H

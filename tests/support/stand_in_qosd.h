@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A stand-in for qosd: answers lines as a test says, while what asks runs in a process of its own, so
  * that nothing that it keeps reaches the next test. */
 #ifndef TESTS_SUPPORT_STAND_IN_QOSD_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A model of store files that is as simple as their format: a list of lines, walked from its start
  * for every question. */
 #ifndef TESTS_SUPPORT_STORE_MODEL_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Time zones for tests, named by their rules, so that no table of zones is needed. */
 #ifndef TESTS_SUPPORT_ZONE_H
 #define TESTS_SUPPORT_ZONE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* How classes are stored, with the marks of their filters and their schedules. */
 #include "../../web/web.h"
 #include "../support/request.h"

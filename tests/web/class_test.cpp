@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The class page. */
 #include "../../web/web.h"
 #include "../support/request.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The pages over a store library whose n-th call fails, for n = 1, 2 and so on until none does:
  * nothing may crash, what could not be done is told, and a refused change changes nothing. The
  * linker leads the pages' calls here. */

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The names that the forms of the pages post, and the rows of the fields. */
 #include "../../store/fields.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The filter page, and the check of a filter's new priority. */
 #include "../../web/web.h"
 #include "../support/request.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the pages of all kinds have in common: their frame, the way of a form to its store, and
  * what the user is told. */
 #include "../../store/message.h"

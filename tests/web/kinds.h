@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The five kinds of object, a row each, for tests that hold for all of them. */
 #ifndef TESTS_WEB_KINDS_H
 #define TESTS_WEB_KINDS_H

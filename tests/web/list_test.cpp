@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The pages of the port and address lists. */
 #include "kinds.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The pages while the n-th allocation fails, for n = 1, 2 and so on until none does: the run ends
  * with 255 and a line, or what could not be done is told, and no store is changed in part. */
 #include <errno.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The policy page: bound to one of five devices, and never deleting anything. */
 #include "../../web/web.h"
 #include "../support/request.h"

@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Stand-in for the router's NAT test: check_nat.sh DEVICE ADDRESS. The one in install/sbin asks the
 # firewall, and this router has none.
 # Exit status 1 when ADDRESS leaves DEVICE translated, else 0. The table has lines "DEVICE START",

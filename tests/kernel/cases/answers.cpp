@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What qosctl says of the kernel: status, diff and selftest. */
 #include "../support/machine.h"
 #include "../support/sender.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* That the cases see what is there: by tc alone, without anything that is under test. */
 #include "../support/sender.h"
 #include "../support/steps.h"

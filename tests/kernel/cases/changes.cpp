@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* From one tree to another while packets pass: after each line that tc runs, every packet is in the
  * class of before or of after, and what a class has counted stays. */
 #include <limits.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The daemon with the qosctl that was built: what it applies by itself, and what it leaves alone.
  * The clock is that of this kernel, and is set. */
 #include <errno.h>

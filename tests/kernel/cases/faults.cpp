@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Whatever ends an apply, what runs is what ran before or what was asked for; it is told; and the
  * next start finds its way. */
 #include <errno.h>

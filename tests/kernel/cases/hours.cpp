@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Hour by hour the rates in the kernel are those of the schedule and those that `week` foretells,
  * through both clock changes. The clock is that of this kernel, and is set. Zones are given with
  * their rules, for a small router has no list of zones. */

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The cases run in the kernel of in-kernel, one after another: see run. */
 #include <stdio.h>
 #include <stdlib.h>

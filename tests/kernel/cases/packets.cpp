@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Each packet in the class that was foretold: random ones, the edges, and what a router does to
  * packets on their way. */
 #include <errno.h>

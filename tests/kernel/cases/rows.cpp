@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What each key of a script is in the kernel, read back in bit/s and bytes. */
 #include "../support/machine.h"
 #include "../support/witness.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What is not ours stays as it is. */
 #include <filesystem>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The machine of the cases: a router in the kernel of in-kernel, where a case is root, has a
  * network of its own, and may do as it likes with /run, /var, /etc and /usr, which are forgotten.
  * Clients stand behind "clients", from where packets are forwarded to the shaped devices. */

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Packets of the clients, forwarded by the router, and where they went. */
 #ifndef TESTS_KERNEL_SENDER_H
 #define TESTS_KERNEL_SENDER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Stands in the place of tc and iptables-restore: hands what comes on standard input to the real
  * program line by line, as the case says, and ends as that would. Any other call, and every call
  * while no case leads, is the real program's. */

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the case and the stepper agree on. A program's run is one connection. The stepper sends its
  * name and a NUL, and then for each line the line and a NUL, and gets a step_answer; when the line
  * has been run it sends a byte and gets one back. */

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The programs that change the kernel, tc and iptables-restore, led through the case line by line:
  * while a `steps` lives, a stepper stands in their place. */
 #ifndef TESTS_KERNEL_STEPS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "trees.h"
 
 #include <netinet/in.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Random scripts and packets that have much to do with each other, and the class of a packet as the
  * scripts foretell it. */
 #ifndef TESTS_KERNEL_TREES_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "witness.h"
 
 #include <arpa/inet.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* What the kernel says runs on a device, read by netlink and by nothing that is under test. */
 #ifndef TESTS_KERNEL_WITNESS_H
 #define TESTS_KERNEL_WITNESS_H
