@@ -9,8 +9,8 @@
 #include <unistd.h>
 
 #include "../store/message.h"
+#include "../store/version.h"
 #include "arguments.h"
-#include "version.h"
 
 static void go_on(int)
 {
@@ -36,7 +36,7 @@ static int answer(const arguments *it)
 	case RUN_VERB: return it->of->run(&it->given);
 	case SHOW_HELP: print_help(); break;
 	case SHOW_VERB_HELP: print_verb_help(it->of); break;
-	case SHOW_VERSION: printf("qosctl %s\n", VERSION); break;
+	case SHOW_VERSION: printf("qosctl %s\n", qos_version); break;
 	case REFUSE_WORDS: return EXIT_USAGE;
 	}
 	return EXIT_DONE;

@@ -12,6 +12,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include "../store/version.h"
 #include "ctl.h"
 #include "daemon/applied.h"
 #include "daemon/clock.h"
@@ -23,7 +24,6 @@
 #include "daemon/rates.h"
 #include "daemon/samples.h"
 #include "daemon/start.h"
-#include "version.h"
 
 static const char QOSCTL[] = "/usr/local/sbin/qosctl";
 static const int64_t ENDING_TIME = 20 * SECOND; // for what changes something when we are to end
@@ -209,7 +209,7 @@ static int serve(const settings *given)
 	open_log(given->in_foreground);
 	if (!write_pid())
 		return EXIT_FAILED;
-	log_line(LOG_NOTICE, "version %s, with %s", VERSION, given->qosctl);
+	log_line(LOG_NOTICE, "version %s, with %s", qos_version, given->qosctl);
 	run(&it);
 	remove_pid();
 	return EXIT_DONE;
@@ -254,6 +254,12 @@ static void open_standard(void)
 	}
 }
 
+/* A text that did not arrive was none. */
+static int end_text(void)
+{
+	return fflush(stdout) == 0 && !ferror(stdout) ? EXIT_DONE : EXIT_FAILED;
+}
+
 int main(int argc, char **argv)
 {
 	settings given = { QOSCTL, nullptr, false };
@@ -263,8 +269,8 @@ int main(int argc, char **argv)
 		case FOREGROUND: given.in_foreground = true; break;
 		case GROUP: given.group = optarg; break;
 		case PROGRAM: given.qosctl = optarg; break;
-		case SHOW_HELP: fputs(HELP, stdout); return EXIT_DONE;
-		case SHOW_VERSION: printf("qosd %s\n", VERSION); return EXIT_DONE;
+		case SHOW_HELP: fputs(HELP, stdout); return end_text();
+		case SHOW_VERSION: printf("qosd %s\n", qos_version); return end_text();
 		default: return EXIT_USAGE;
 		}
 	}
