@@ -12,6 +12,7 @@
 #include "../history/history.h"
 #include "../store/fields.h"
 #include "../store/text.h"
+#include "../store/version.h"
 #include "../web/web.h"
 #include "access.h"
 #include "bar.h"
@@ -316,8 +317,16 @@ static bool is_bundle_request(void)
 	       strcmp(text(cgi_param("type")), "bundle") == 0;
 }
 
-int main(void)
+/* On a command line. A web server may hand a query on as words: with a request there are none. */
+static bool is_version_asked(int argc, char **argv)
 {
+	return argc == 2 && strcmp(argv[1], "--version") == 0 && !getenv("REQUEST_METHOD");
+}
+
+int main(int argc, char **argv)
+{
+	if (is_version_asked(argc, argv))
+		return printf("main.cgi %s\n", qos_version) < 0 || fflush(stdout) != 0;
 	bool is_post = strcmp(cgi_get_method(), "POST") == 0;
 	if (!is_post && strcmp(cgi_get_method(), "GET") != 0)
 		return refuse("405 Method Not Allowed", "A request is a GET or a POST.");

@@ -2,10 +2,12 @@
 /* qos_compile: compiles the QoS stores into the scripts of the router's traffic control. The exit
  * status is the result of do_policy: 1 when the run went to its end and at least one device
  * script was opened, 0 when the policy store cannot be read, else 255. It is 255 too when the
- * stores or the scripts cannot be locked. */
+ * stores or the scripts cannot be locked. The one word --version is answered with the version, and
+ * nothing is compiled; other words are not looked at. */
 #include <errno.h>
 #include <fcntl.h>
 #include <signal.h>
+#include <stdio.h>
 #include <string.h>
 #include <unistd.h>
 
@@ -13,6 +15,7 @@
 #include "../store/laid_aside.h"
 #include "../store/lock.h"
 #include "../store/message.h"
+#include "../store/version.h"
 #include "compiler.h"
 
 static const int LOCK_SECONDS = 60;
@@ -70,8 +73,10 @@ static bool lock_all()
 	return is_locked(lock_scripts(LOCK_SECONDS), "scripts");
 }
 
-int main(void)
+int main(int argc, char **argv)
 {
 	secure_output();
+	if (argc == 2 && strcmp(argv[1], "--version") == 0)
+		return printf("qos_compile %s\n", qos_version) < 0 || fflush(stdout) != 0;
 	return lock_all() ? do_policy() : NOT_LOCKED;
 }
