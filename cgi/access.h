@@ -3,13 +3,15 @@
 #ifndef CGI_ACCESS_H
 #define CGI_ACCESS_H
 
+#include "../store/places.h"
+
 /* Whether a request's Host (may be null) is one that this router goes by: a literal address,
  * "localhost", or a name in HOST_NAMES, each with or without a port. A page of another site whose
  * name was made to lead to the router's address would post as if it were the router's own. */
 bool is_own_host(const char *host);
 
 /* One name a line. */
-const char HOST_NAMES[] = "/etc/conf/qos_config/.hosts";
+const char HOST_NAMES[] = QOS_STORES "/.hosts";
 
 /* What a browser says of where a post comes from; null where it says nothing. */
 struct post_source {

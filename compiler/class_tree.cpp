@@ -13,7 +13,7 @@
 #include "steps.h"
 
 static const int MINOR_STEP = 10;
-static const size_t CLASS_PATH_SIZE = 128;
+static const size_t CLASS_PATH_SIZE = sizeof(SCRIPT_DIR) + 104; // bytes
 
 int g_class_id;
 

@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 
 #include "../store/message.h"
+#include "../store/places.h"
 #include "../store/text.h"
 #include "regular_file.h"
 #include "shell.h"
@@ -15,7 +16,7 @@
 static const char DEVICE_REPORT[] = "/tmp/qos_devinfo";
 static const char PVC_LIST[] = "/etc/script/pvc.info";
 
-static const size_t COMMAND_SIZE = 112; // leaves 38 characters for the name of an interface
+static const size_t COMMAND_SIZE = sizeof(QOS_PREFIX) + 101; // leaves 38 characters for a name
 static const size_t LINE_SIZE = 1024;
 static const size_t DEVICE_NAME_MAX = 15;    // characters, as in the kernel
 
@@ -98,7 +99,7 @@ int get_dev_name(const char *name, char **device)
 	printf("[[[[ %s ]]]]\n", name);
 	char command[COMMAND_SIZE];
 	int length = snprintf(command, sizeof(command),
-			      "/usr/local/sbin/imish -e \"show intfinfo %s > /tmp/qos_devinfo\" "
+			      QOS_PREFIX "/sbin/imish -e \"show intfinfo %s > /tmp/qos_devinfo\" "
 			      "2> /dev/null",
 			      name);
 	if (!fits(length, sizeof(command)) || !*name || !is_harmless(name, NAME_MARKS)) {

@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 
 #include "../store/message.h"
+#include "../store/places.h"
 #include "../store/text.h"
 #include "regular_file.h"
 #include "shell.h"
@@ -14,7 +15,7 @@
 
 static const char NAT_SWITCH[] = "/etc/autorun/nat_on";
 static const char ENTRY_MARKS[] = " \t./:-"; // in entries that the NAT test is given
-static const size_t NAT_COMMAND_SIZE = 1024;
+static const size_t NAT_COMMAND_SIZE = sizeof(QOS_PREFIX) + 1013;
 static const int NAT_TRANSLATED = 1; // exit status of the NAT test
 
 bool is_nat_on(void)
@@ -46,7 +47,7 @@ bool is_translated(const char *entry, bool nat_on)
 	}
 	char command[NAT_COMMAND_SIZE];
 	int length = snprintf(command, sizeof(command),
-			      "/usr/local/sbin/qos_config/check_nat.sh %s %s", device, entry);
+			      QOS_PREFIX "/sbin/qos_config/check_nat.sh %s %s", device, entry);
 	if (!fits(length, sizeof(command))) {
 		qos_warn("'%.40s...' is too long for the NAT test", entry);
 		return false;

@@ -15,7 +15,7 @@
 #include "reference.h"
 #include "steps.h"
 
-static const size_t DEVICE_PATH_SIZE = 128;
+static const size_t DEVICE_PATH_SIZE = sizeof(SCRIPT_DIR) + 104; // bytes
 static const int ROOT_MINOR = 2; // of a class tree, and the major number of the bands
 
 char *g_cur_dev;

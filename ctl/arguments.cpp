@@ -6,6 +6,7 @@
 #include <string.h>
 
 #include "../store/message.h"
+#include "../store/places.h"
 
 /* --- the verbs --- */
 
@@ -19,7 +20,7 @@ static const int VERBS_COUNT = SELFTEST + 1;
 static constexpr verb VERBS[] = {
 	{ "compile", run_compile, nullptr, "turn what was saved into scripts",
 	  "Runs the compiler into a fresh folder, which takes the place of\n"
-	  "/etc/script/qos_config only when it is whole and nothing was left out; the\n"
+	  QOS_SCRIPTS " only when it is whole and nothing was left out; the\n"
 	  "folder before it is kept beside it, as qos_config.before. The kernel is told\n"
 	  "nothing: that is qosctl apply. Ends with 1 where the scripts stay as they were,\n"
 	  "with 6 where no policy is saved." },

@@ -19,7 +19,7 @@
 #include "../store/text_stream.h"
 #include "compiling.h"
 
-static const char COMPILER[] = "/usr/local/sbin/qos_config/qos_compile";
+static const char COMPILER[] = QOS_PREFIX "/sbin/qos_config/qos_compile";
 static const size_t TRACE_MAX = 256 * 1024; // bytes of the trace that are kept
 static const size_t TOLD_MAX = 64 * 1024;   // and of what was told
 static const size_t LINE_SIZE = 1100;       // longer than any that the compiler tells

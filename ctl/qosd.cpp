@@ -12,6 +12,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include "../store/places.h"
 #include "../store/version.h"
 #include "ctl.h"
 #include "daemon/applied.h"
@@ -25,7 +26,7 @@
 #include "daemon/samples.h"
 #include "daemon/start.h"
 
-static const char QOSCTL[] = "/usr/local/sbin/qosctl";
+static const char QOSCTL[] = QOS_PREFIX "/sbin/qosctl";
 static const int64_t ENDING_TIME = 20 * SECOND; // for what changes something when we are to end
 
 struct settings {
@@ -224,7 +225,7 @@ static const char HELP[] =
 	"SIGTERM, it leaves the shaping in force; SIGHUP has it applied again.\n\n"
 	"  --foreground   stay in the foreground, and tell on standard error instead of syslog\n"
 	"  --group NAME   the group that may ask; else root alone\n"
-	"  --qosctl PATH  the program that does the work; else /usr/local/sbin/qosctl\n"
+	"  --qosctl PATH  the program that does the work; else " QOS_PREFIX "/sbin/qosctl\n"
 	"  --help         show this\n"
 	"  --version      show the version\n";
 

@@ -7,10 +7,11 @@
 #include <stdio.h>
 
 #include "../store/draft.h"
+#include "../store/places.h"
 
-const char SCRIPT_DIR[] = "/etc/script/qos_config/";
+const char SCRIPT_DIR[] = QOS_SCRIPTS "/";
 
-const size_t SCRIPT_PATH_SIZE = 192;  // bytes for a path
+const size_t SCRIPT_PATH_SIZE = sizeof(SCRIPT_DIR) + 168; // bytes for a path
 const size_t SCRIPT_NAME_SIZE = 128;  // bytes for a name
 const size_t SCRIPT_DEVICE_SIZE = 16; // bytes for a device in a name
 const size_t SCRIPT_HANDLE_SIZE = 64; // bytes for a handle in a name

@@ -15,7 +15,8 @@
 #include "save.h"
 #include "text.h"
 
-static const size_t DESC_PATH_SIZE = 128;
+// bytes; leaves 99 characters for id and kind
+static const size_t DESC_PATH_SIZE = sizeof(DESC_DIR) + 100;
 
 /* Builds the path of a description; false when it does not fit or would leave the folder. */
 static bool make_path(char path[DESC_PATH_SIZE], const char *id, const char *kind)

@@ -9,8 +9,8 @@
 #include "kept_files.h"
 #include "paths.h"
 
-const char HISTORY_DIR[] = "/etc/conf/qos_config/.history/";
-const char OPEN_CHANGE[] = "/etc/conf/qos_config/.history/open";
+const char HISTORY_DIR[] = QOS_STORES "/.history/";
+const char OPEN_CHANGE[] = QOS_STORES "/.history/open";
 const char ENTRY_FIRST_LINE[] = "qos-entry 1";
 
 /* Whether a change is open: of another process without the lock, or of one that was cut. The lock

@@ -11,7 +11,15 @@
 #include "laid_aside.h"
 #include "kept_files.h"
 
-static const char LOCK_FILE[] = "/etc/conf/qos_config/.history/lock";
+/* A folder of root's own (QOS_LOCKS) has the lock from the start: another one, made here, would keep
+ * out nobody who opened the first. */
+#ifdef QOS_LOCKS
+static const char LOCK_FILE[] = QOS_LOCKS "/stores";
+static const bool LOCK_IS_APART = true;
+#else
+static const char LOCK_FILE[] = QOS_STORES "/.history/lock";
+static const bool LOCK_IS_APART = false;
+#endif
 static const long PAUSE = 5000000; // nanoseconds between two attempts
 
 /* The folder is there, made if need be; a new one is on the disk before anything is in it. */
@@ -25,6 +33,8 @@ static bool make_folder(void)
 static int open_lock_file(int operation)
 {
 	const int flags = O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
+	if (LOCK_IS_APART)
+		return operation == LOCK_SH || make_folder() ? open(LOCK_FILE, flags) : -1;
 	int fd = open(LOCK_FILE, flags);
 	if (fd >= 0 || errno != ENOENT || operation == LOCK_SH)
 		return fd;

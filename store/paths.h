@@ -5,16 +5,18 @@
 
 #include <stddef.h>
 
+#include "places.h"
+
 /* The doubled slash means nothing to the system. It stands in messages that are known by their text,
  * and so it stays. */
-const char STORE_DIR[] = "/etc/conf/qos_config/";
-const char POLICY_STORE[] = "/etc/conf/qos_config//policy";
-const char CLASS_STORE[] = "/etc/conf/qos_config//class";
-const char FILTER_STORE[] = "/etc/conf/qos_config//filter";
-const char PORT_STORE[] = "/etc/conf/qos_config//port";
-const char IP_STORE[] = "/etc/conf/qos_config//ip";
-const char BASIC_STORE[] = "/etc/conf/qos_config//basic";
-const char DESC_DIR[] = "/etc/conf/qos_config//desc/";
+const char STORE_DIR[] = QOS_STORES "/";
+const char POLICY_STORE[] = QOS_STORES "//policy";
+const char CLASS_STORE[] = QOS_STORES "//class";
+const char FILTER_STORE[] = QOS_STORES "//filter";
+const char PORT_STORE[] = QOS_STORES "//port";
+const char IP_STORE[] = QOS_STORES "//ip";
+const char BASIC_STORE[] = QOS_STORES "//basic";
+const char DESC_DIR[] = QOS_STORES "//desc/";
 
 const size_t KEY_SIZE = 1024; // bytes for an indexed key
 

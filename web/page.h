@@ -3,9 +3,11 @@
 #ifndef WEB_PAGE_H
 #define WEB_PAGE_H
 
+#include "../store/places.h"
+
 /* Where the fragments are that frame the forms. A macro, so that folder and name of a fragment
  * join to one literal. */
-#define HTML_DIR "/usr/local/www/qos_config/html/"
+#define HTML_DIR QOS_PREFIX "/www/qos_config/html/"
 
 /* Opens the form "KIND_entry" and prints the hidden fields that route it back to its kind. */
 void open_form(const char *kind);

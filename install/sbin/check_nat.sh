@@ -8,7 +8,7 @@
 # destination, an address of a range) counts as translated: the compiler then writes a rule for the
 # firewall, which sees the address before it is translated, and is right for the others too.
 #
-# It is installed as /usr/local/sbin/qos_config/check_nat.sh, with the component "fallbacks" alone:
+# It is installed as @QOS_PREFIX@/sbin/qos_config/check_nat.sh, with the component "fallbacks" alone:
 #     DESTDIR=image cmake --install build --component fallbacks
 set -eu
 snapshot=/run/qos/nat
