@@ -37,9 +37,13 @@ static char *make_entry(const kept_files *files, size_t *size)
 	return nullptr;
 }
 
+/* An entry belongs to whom the folder belongs to: what root changed, the pages' user can take back. */
 bool replace_open_change(const char *bytes, size_t size)
 {
-	const file_access access = { 0600, geteuid(), getegid() };
+	struct stat folder;
+	if (stat(HISTORY_DIR, &folder) != 0)
+		return false;
+	const file_access access = { 0600, folder.st_uid, folder.st_gid };
 	return replace_whole(OPEN_CHANGE, bytes, size, &access);
 }
 

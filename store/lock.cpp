@@ -22,12 +22,46 @@ static const bool LOCK_IS_APART = false;
 #endif
 static const long PAUSE = 5000000; // nanoseconds between two attempts
 
+/* What root makes here is for the user who has the stores: the pages'. */
+static bool give_to_owner(int fd)
+{
+	struct stat stores;
+	if (fd < 0 || geteuid() != 0)
+		return fd >= 0;
+	return stat(STORE_DIR, &stores) == 0 && fchown(fd, stores.st_uid, stores.st_gid) == 0;
+}
+
+static bool give_folder_to_owner(void)
+{
+	int fd = open(HISTORY_DIR, O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW);
+	bool given = give_to_owner(fd);
+	int reason = errno;
+	if (fd >= 0)
+		close(fd);
+	errno = reason;
+	return given;
+}
+
 /* The folder is there, made if need be; a new one is on the disk before anything is in it. */
 static bool make_folder(void)
 {
 	if (mkdir(HISTORY_DIR, 0700) == 0)
-		return sync_folder(STORE_DIR);
+		return give_folder_to_owner() && sync_folder(STORE_DIR);
 	return errno == EEXIST;
+}
+
+/* Others may make it in the same moment: whoever comes later opens theirs. */
+static int make_lock_file(int flags)
+{
+	int fd = open(LOCK_FILE, flags | O_CREAT | O_EXCL, 0600);
+	if (fd < 0)
+		return errno == EEXIST ? open(LOCK_FILE, flags) : -1;
+	if (give_to_owner(fd))
+		return fd;
+	int reason = errno;
+	close(fd);
+	errno = reason;
+	return -1;
 }
 
 static int open_lock_file(int operation)
@@ -38,7 +72,7 @@ static int open_lock_file(int operation)
 	int fd = open(LOCK_FILE, flags);
 	if (fd >= 0 || errno != ENOENT || operation == LOCK_SH)
 		return fd;
-	return make_folder() ? open(LOCK_FILE, flags | O_CREAT, 0600) : -1;
+	return make_folder() ? make_lock_file(flags) : -1;
 }
 
 /* Of the clock that nobody sets. */
