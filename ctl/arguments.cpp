@@ -21,9 +21,9 @@ static constexpr verb VERBS[] = {
 	{ "compile", run_compile, nullptr, "turn what was saved into scripts",
 	  "Runs the compiler into a fresh folder, which takes the place of\n"
 	  QOS_SCRIPTS " only when it is whole and nothing was left out; the\n"
-	  "folder before it is kept beside it, as qos_config.before. The kernel is told\n"
-	  "nothing: that is qosctl apply. Ends with 1 where the scripts stay as they were,\n"
-	  "with 6 where no policy is saved." },
+	  "folder before it is kept beside it, with .before behind its name. The kernel\n"
+	  "is told nothing: that is qosctl apply. Ends with 1 where the scripts stay as\n"
+	  "they were, with 6 where no policy is saved." },
 	{ "check", run_check, nullptr, "tell what is wrong, and how to mend it",
 	  "Looks through scripts, stores, the last compile and the kernel. Changes nothing.\n"
 	  "A device with an error is not applied; a warning keeps nothing from it. Ends\n"
