@@ -44,7 +44,7 @@ endif()
 # For what is installed alone: no program has them in it.
 set(QOS_INTERFACES /etc/conf/interfaces CACHE STRING "the table of install/sbin/imish")
 check_place(QOS_INTERFACES)
-set(QOS_GROUP "" CACHE STRING "the group that may ask qosd, as preset; empty: root alone")
+set(QOS_GROUP "" CACHE STRING "the pages' group, who may ask qosd; empty: root alone")
 if(NOT QOS_GROUP MATCHES "^[A-Za-z0-9_-]*$")
 	message(FATAL_ERROR "QOS_GROUP is '${QOS_GROUP}': the name of a group is wanted")
 endif()
