@@ -96,14 +96,14 @@ href='main.cgi?obj=${kind}&type=display&action=new'>New</a> <small role='status'
 
 	function close()
 	{
-		window.onfocus = null;
+		onfocus = null;
 		box.remove();
 		if (box.returnValue)
 			put(input, found[at].id);
 	}
 
 	search.oninput = () => rows && show(input.value);
-	window.onfocus = read;
+	onfocus = read;
 	mark(-1);
 	box.showModal();
 	read();

@@ -1,11 +1,7 @@
 /* Who else names a filter, by filter. */
 let owners = {};
 
-function get_filter_options()
-{
-	const { filter_id, unuse_filter_id } = page.form.elements;
-	return [...filter_id.options, ...unuse_filter_id.options];
-}
+const get_filter_options = () => all('[name$=filter_id] option', page.form);
 
 function show_owners(taken)
 {

@@ -8,10 +8,8 @@ function tell(text, buttons)
 	page.form.before(notice);
 }
 
-function make_button(textContent, onclick)
-{
-	return make('button', { type: 'button', className: 'small', textContent, onclick });
-}
+const make_button = (textContent, onclick) =>
+	make('button', { type: 'button', className: 'small', textContent, onclick });
 
 function tell_deleted()
 {

@@ -170,10 +170,8 @@ function unfold(field)
 	}
 }
 
-function is_used({ type, checked, name, value })
-{
-	return type === 'checkbox' ? checked : value && name + value !== 'mtu1500';
-}
+const is_used = ({ type, checked, name, value }) =>
+	type === 'checkbox' ? checked : value && name + value !== 'mtu1500';
 
 function fold_unused(form)
 {

@@ -82,7 +82,7 @@ function port_delete()
 
 const ip_add = port_add, ip_delete = port_delete;
 
-document.addEventListener('DOMContentLoaded', () => {
+addEventListener('DOMContentLoaded', () => {
 	if (!page)
 		return;
 	const { box, end } = find_boxes();

@@ -2,11 +2,8 @@
 
 const HELPERS = ['num', 'mask', 'ip', 'sss', 'prefix'];
 
-function fields_of(form)
-{
-	return [...form.elements].filter(field =>
-		field.name && field.type !== 'hidden' && field.type !== 'button');
-}
+const fields_of = form => [...form.elements].filter(({ name, type }) =>
+	name && type !== 'hidden' && type !== 'button');
 
 const trim_end = text => text.replace(/[\r\n]+$/, '');
 
@@ -58,10 +55,8 @@ function for_each_field(form, visit)
 	}
 }
 
-function put_list(field, list)
-{
+const put_list = (field, list) =>
 	field.replaceChildren(...list.map(entry => new Option(entry, entry)));
-}
 
 function put_values(form, values)
 {
@@ -84,10 +79,8 @@ const is_of_tables = name => /^(time_|dow\[|(start|end)_hour$)/.test(name);
 
 const get_switches = values => values.time_enable || [];
 
-function get_days(values, table)
-{
-	return [...'0123456'].map(day => at(values, `dow[${day}]`, table)).join('');
-}
+const get_days = (values, table) =>
+	[...'0123456'].map(day => at(values, `dow[${day}]`, table)).join('');
 
 /* The router counts the tables that are switched on, so these go before the others. */
 function get_order(values)
@@ -104,11 +97,8 @@ function close_gaps(values)
 	return closed;
 }
 
-function get_tables(form)
-{
-	return Object.fromEntries(Object.entries(close_gaps(collect(form)))
-		.filter(([name]) => is_of_tables(name)));
-}
+const get_tables = form => Object.fromEntries(
+	Object.entries(close_gaps(collect(form))).filter(([name]) => is_of_tables(name)));
 
 function differs({ name, type }, n, now, then)
 {
@@ -136,11 +126,9 @@ function is_table_changed(now, then, name, table)
 	return value !== at(then, name, table) || value && is_on(now) && !is_on(then);
 }
 
-function are_days_changed(now, then, table)
-{
-	return (at(now, 'time_enable', table) || at(then, 'time_enable', table)) &&
+const are_days_changed = (now, then, table) =>
+	(at(now, 'time_enable', table) || at(then, 'time_enable', table)) &&
 		get_days(now, table) !== get_days(then, table);
-}
 
 /* The days are one, "days". Both have no gaps. */
 function find_changes(now, then)
@@ -155,11 +143,8 @@ function find_changes(now, then)
 	return changed;
 }
 
-function is_typed_in(now, then)
-{
-	return Object.keys({ ...now, ...then }).some(name =>
-		name !== 'unuse_filter_id' && name !== 'sss' && !is_same(now, then, name));
-}
+const is_typed_in = (now, then) => Object.keys({ ...now, ...then }).some(name =>
+	name !== 'unuse_filter_id' && name !== 'sss' && !is_same(now, then, name));
 
 function merge(now, then, stored)
 {

@@ -32,6 +32,7 @@ async function weigh()
 	try {
 		const answer = await fetch('main.cgi', { method: 'POST', body: get_weighed() });
 		const weighed = await answer.json();
+		await press;
 		if (mine === asking)
 			show_weighed(weighed, order);
 	} catch {}

@@ -2,27 +2,25 @@
 
 document.documentElement.className = 'js';
 
-document.addEventListener('click', ({ target }) => {
+onclick = ({ target }) => {
 	if (target.matches('.menu'))
 		target.ariaExpanded = target.parentNode.classList.toggle('open');
 	if (target.matches('.back'))
 		history.back();
-});
+};
 
-document.addEventListener('keydown', event => {
+onkeydown = event => {
 	if (event.key === ' ' && event.target.matches('a[role=button]')) {
 		event.preventDefault();
 		event.target.click();
 	}
-});
+};
 
 /* Whether a text has each word that is searched for. */
-function has_words(text, words)
-{
-	return words.toLowerCase().split(' ').every(word => text.toLowerCase().includes(word));
-}
+const has_words = (text, words) =>
+	words.toLowerCase().split(' ').every(word => text.toLowerCase().includes(word));
 
-document.addEventListener('input', ({ target }) => {
+oninput = ({ target }) => {
 	if (!target.dataset.list)
 		return;
 	const rows = document.querySelectorAll(`#${target.dataset.list} tbody tr`);
@@ -30,7 +28,7 @@ document.addEventListener('input', ({ target }) => {
 	for (const row of rows)
 		count += !(row.hidden = !has_words(row.textContent, target.value));
 	target.nextElementSibling.textContent = `${count} of ${rows.length}`;
-});
+};
 
 /* After the last the page is read again, but where something is typed in. */
 setInterval(() => {

@@ -42,7 +42,7 @@ function keep()
 	place.typed = is_dirty() ? collect(page.form) : null;
 	history.replaceState(place, '');
 	name_changes();
-	window.onbeforeunload = place.typed && (event => {
+	onbeforeunload = place.typed && (event => {
 		keep();
 		if (!leaving && place.typed)
 			event.preventDefault();
@@ -72,7 +72,7 @@ function forget()
 {
 	clearTimeout(pause);
 	leave();
-	window.onbeforeunload = null;
+	onbeforeunload = null;
 	history.replaceState(null, '');
 	location.reload();
 }
@@ -91,7 +91,8 @@ function watch(form)
 {
 	form.addEventListener('input', keep_soon);
 	form.addEventListener('change', keep_now);
-	form.addEventListener('focusout', ({ target }) => target.name && check_field(target));
+	form.addEventListener('focusout', async ({ target }) =>
+		await press || target.name && check_field(target));
 	form.addEventListener('keydown', press_in_form);
 	keep();
 	weigh();

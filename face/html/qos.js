@@ -1,5 +1,15 @@
+/* What would move the page waits, lest a press misses. A list that opens takes its end. */
+let press;
+
+onpointerdown = () => {
+	press = new Promise(end => {
+		setTimeout(end, 1000);
+		onpointerup = () => setTimeout(end, 100);
+	});
+};
+
 /* A followed "#" would put the page into the browser's history. */
-document.addEventListener('click', event => {
+addEventListener('click', event => {
 	if (event.target.closest('a[href="#"]'))
 		event.preventDefault();
 });
@@ -63,9 +73,10 @@ async function fill_frame()
 
 function begin()
 {
-	const form = document.querySelector('main form');
+	const [form] = all('main form'), { activeElement } = document;
 	page = find_page(form);
 	dress(form);
+	activeElement.focus(); // its row was moved
 	fill_frame();
 	if (!page)
 		return;
@@ -85,12 +96,12 @@ function begin()
 	look(is_filled_in);
 }
 
-document.addEventListener('DOMContentLoaded', begin);
+addEventListener('DOMContentLoaded', begin);
 
 /* Browsers may show a page that was left as it was then. */
-window.addEventListener('pageshow', event => {
-	if (event.persisted) {
+onpageshow = ({ persisted }) => {
+	if (persisted) {
 		leave();
 		location.reload();
 	}
-});
+};

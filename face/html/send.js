@@ -1,25 +1,17 @@
-function go_save(form)
-{
-	send(form, 'save');
-}
-
-function go_update(form)
-{
-	send(form, page.is_copy ? 'save' : 'update');
-}
+const go_save = form => send(form, 'save');
+const go_update = form => send(form, page.is_copy ? 'save' : 'update');
 
 async function send(form, action)
 {
-	if (sent)
+	if (sent || !page)
 		return;
 	sent = true;
 	put_values(form, get_tables(form));
 	const is_taken = !window.take_typed || take_typed(form);
 	await weigh();
-	if (!check_form(form) || !is_taken || !await get_ready(form, action)) {
-		sent = false;
+	sent = check_form(form) && is_taken && await get_ready(form, action);
+	if (!sent)
 		return;
-	}
 	place.sent = action === 'save' && form.elements.id.value;
 	keep();
 	leave();

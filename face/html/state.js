@@ -5,6 +5,7 @@ async function ask(type, fields)
 	try {
 		const answer = await fetch('main.cgi?' +
 			new URLSearchParams({ obj: 'router', type, ...fields }));
+		await press;
 		return answer.ok || answer.status === 404 ? await answer.json() : null;
 	} catch {
 		return null;
@@ -15,8 +16,7 @@ const ask_state = id => ask('state', { kind: page.kind, ...id && { id } });
 
 async function ask_rules()
 {
-	const { [page.kind]: own } = await ask('rules') || {};
-	rules = own;
+	rules = (await ask('rules') || {})[page.kind];
 }
 
 const get_most = name => rules && rules[name] ? rules[name].most : Infinity;

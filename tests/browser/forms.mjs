@@ -3,8 +3,8 @@
 // form is sent, the filters of others, and the days of schedule tables.
 import { wait } from './browser.mjs';
 import { answer, arrive, back, button, cgi, choices, choose, click, closed, complaints, drop, list,
-	notice, open, openChooser, paste, pick, press, query, read, run, said, same, settled, stored, summed,
-	texts, type, unfold, value, values, write } from './session.mjs';
+	notice, open, openChooser, page, paste, pick, press, query, read, run, said, same, settled, stored,
+	summed, texts, type, unfold, value, values, write } from './session.mjs';
 
 const EDIT = query('class', 'edit', 'fibre-web');
 const focus = () => run(`(at => at.querySelector('img')?.name || at.value || at.name || at.type)(
@@ -379,7 +379,54 @@ async function driveDays()
 	same('none is left', schedules().filter(line => /ENABLE|DOW/.test(line)), []);
 }
 
-export const forms = { chooser: driveChooser, none: driveNone, 'no list': driveNoList,
+const placeOf = name => run(`(box => [box.x, box.y])(
+	document.querySelector(arguments[0]).getBoundingClientRect())`, name);
+
+// What comes into the page moves no button that is just being pressed, and never Save.
+async function drivePresses()
+{
+	await open(cgi + query('ip', 'new'));
+	await wait('the rules', () => run(`rules !== null`));
+	const save = await placeOf('.save .first');
+	await type('[name=ip]', '10.0.0.300');
+	await type('[name=id]', 'no name');
+	const add = await placeOf(button('Image271211'));
+	await page().mouse.move(add[0] + 5, add[1] + 5);
+	await page().mouse.down();
+	await run(`new Promise(resolve => setTimeout(resolve, 300, true))`);
+	same('while it is pressed', [await placeOf(button('Image271211')), await said('id')], [add, []]);
+	await page().mouse.up();
+	await wait('what is said of both', async () =>
+		(await said('id')).length > 0 && (await said('ip')).length > 0);
+	same('Save', [(await placeOf(button('Image271211')))[1] > add[1], await placeOf('.save .first')],
+		[true, save]);
+	await run(`(forget(), true)`);
+	await settled();
+}
+
+// What is typed and pressed before the page is whole: the focus stays, and Save is heard later.
+async function driveEarly()
+{
+	const early = await page().evaluateOnNewDocument(() => {
+		document.onreadystatechange = () => {
+			if (document.readyState !== 'interactive')
+				return;
+			document.forms[0].elements.id.focus();
+			document.querySelector('img[name=save]').closest('a').click();
+		};
+	});
+	await open(cgi + query('ip', 'new'));
+	await page().removeScriptToEvaluateOnNewDocument(early.identifier);
+	same('the focus', await run(`document.activeElement.name`), 'id');
+	await press(...'early');
+	await type('[name=ip]', '10.0.0.1');
+	await click(button('save'));
+	await arrive(list('ip'));
+	same('saved', stored('ip', 'early'), 'IP_LIST[0]=10.0.0.1\n');
+	await drop('ip', 'early');
+}
+
+export const forms = { presses: drivePresses, early: driveEarly, chooser: driveChooser, none: driveNone, 'no list': driveNoList,
 	entries: driveEntries, meaning: driveMeaning, name: driveName, remedies: driveRemedies,
 	id: driveId, 'odd device': driveOddDevice,
 	copy: driveCopy, checks: driveChecks, filters: driveFilters, days: driveDays };
