@@ -49,7 +49,13 @@ export async function wait(what, probe)
 	}
 }
 
-// What is done to an element once it is there, in the page.
+// What is done to an element once it is there, in the page. Until a page is whole its scripts may
+// move what stands in it, or do not answer it yet.
+function findReady(selector, n)
+{
+	return document.readyState === 'complete' ? document.querySelectorAll(selector)[n] : null;
+}
+
 function markText(element)
 {
 	element.focus();
@@ -70,10 +76,50 @@ function chooseOption(option)
 		list.dispatchEvent(new Event(type, { bubbles: true }));
 }
 
-// Not below the bar at the lower edge.
-function bringIntoSight(element)
+// Not below the bar at the lower edge. What comes into the page until the press may move it: one that
+// would meet something else is not made.
+function aim(element)
 {
 	element.scrollIntoView({ block: 'center' });
+	const aimed = { met: '', clicked: false };
+	const guard = event => {
+		const meets = element.contains(event.target);
+		if (event.type === 'pointerdown')
+			aimed.met = meets || event.target.outerHTML.slice(0, 200);
+		aimed.clicked ||= meets && event.type === 'click';
+		if (aimed.met === true)
+			return;
+		event.preventDefault();
+		event.stopImmediatePropagation();
+	};
+	window.aimed?.over.abort();
+	window.aimed = aimed;
+	aimed.over = new AbortController();
+	for (const type of ['pointerdown', 'mousedown', 'pointerup', 'mouseup', 'click'])
+		addEventListener(type, guard, { capture: true, signal: aimed.over.signal });
+}
+
+// Whether a press on an element leads to another page, whatever the page's scripts do.
+function isWayOut(element)
+{
+	const link = element.closest('a[href]:not([target], [download], [role=button])');
+	const [address, fragment] = link ? link.href.split('#') : [];
+	return Boolean(link) && (fragment === undefined || address !== location.href.split('#')[0]);
+}
+
+// The page as it stands, in words: for who reads why a drive failed.
+function tellPage()
+{
+	const textOf = element => element.textContent.replace(/\s+/g, ' ').trim().slice(0, 300);
+	const tell = (title, list) => list.map(one => `\n  ${title} ${one}`).join('');
+	const fields = [...document.querySelectorAll('input, select, textarea')].filter(({ name }) => name);
+	return `  page     ${location.href} "${document.title}", ${document.readyState}` +
+		tell('message ', [...document.querySelectorAll('.msg, .said, .apply, #changes, dialog[open]')]
+			.filter(one => one.checkVisibility()).map(textOf)) +
+		tell('fields  ', fields.length ? [fields.map(({ name, type, value, checked, options }) =>
+			`${name}=${/checkbox|radio/.test(type) ? checked : type === 'select-multiple' ?
+				[...options].map(option => option.value) : value}`).join(' ')] : []) +
+		tell('focus   ', [document.activeElement?.outerHTML.slice(0, 200)]);
 }
 
 export async function openBrowser()
@@ -125,24 +171,42 @@ export async function openBrowser()
 	async function element(name)
 	{
 		const [selector, number] = name.split('@');
-		return wait(name, async () => {
-			const found = await page.$$(selector).catch(() => []);
-			return found[number || 0];
-		});
+		return wait(name, async () => (await page.evaluateHandle(findReady, selector,
+			Number(number || 0)).catch(() => null))?.asElement());
 	}
 
-	// A message box stops the page and what was asked of it: who opened one does not wait.
+	// A message box stops the page and what was asked of it: who opened one does not wait, and
+	// gets nothing.
 	async function orDialog(promise)
 	{
 		const asked = page;
-		const done = promise.then(() => true);
+		const done = promise.then(answer => ({ answer }));
 		done.catch(() => {});
-		for (let over = false; !over && !dialogs.has(asked);)
+		let over;
+		while (!over && !dialogs.has(asked))
 			over = await Promise.race([done, sleep(20)]);
+		return over?.answer;
 	}
 
 	const run = (script, ...args) =>
 		page.evaluate(`(function () { return ${script} }).apply(null, ${JSON.stringify(args)})`);
+
+	// Where the page is left, or stopped by a message box, the press has met the element.
+	async function pressAt(name, found)
+	{
+		const end = Date.now() + PATIENCE;
+		for (let met = ''; met !== true;) {
+			if (Date.now() > end)
+				throw new Error(`${name} cannot be pressed: the press meets ${met}`);
+			await found.evaluate(aim);
+			await orDialog(found.click());
+			const aimed = await orDialog(answerOf(() =>
+				run(`window.aimed && (aimed.over.abort(), aimed)`)));
+			if (aimed?.met === true && !aimed.clicked)
+				throw new Error(`${name} moved away while it was pressed`);
+			met = !aimed || aimed.met;
+		}
+	}
 
 	async function pressWithControl(key, command)
 	{
@@ -209,8 +273,11 @@ export async function openBrowser()
 			const found = await element(name);
 			if (await found.evaluate(isOption))
 				return orDialog(found.evaluate(chooseOption));
-			await found.evaluate(bringIntoSight);
-			await orDialog(found.click());
+			const leads = await found.evaluate(isWayOut);
+			await pressAt(name, found);
+			if (leads)
+				await wait(`the page behind ${name}`, () => run(
+					`!window.aimed && document.readyState === 'complete'`));
 		},
 		// Puts text into an input in place of what it holds.
 		type: async (name, text) => {
@@ -220,6 +287,9 @@ export async function openBrowser()
 			for (const part of text.split(/(\n)/))
 				await (part === '\n' ? page.keyboard.press('Enter')
 					: page.keyboard.type(part));
+			const held = await found.evaluate(({ value }) => value);
+			if (held !== text)
+				throw new Error(`"${text}" was typed into ${name}, which holds "${held}"`);
 		},
 		// Chooses the option of that value in a select; in a multiple one, adds it.
 		choose: (name, value) => it.click(`${name} option[value="${value}"]`),
@@ -243,6 +313,16 @@ export async function openBrowser()
 				if (requests.get(page).size > 0)
 					since = Date.now();
 			}
+		},
+		// What stands on the page, and what it waits for.
+		tell: async () => {
+			const box = dialogs.get(page);
+			const told = box ? `  asks     ${box.message()}` : await Promise.race([
+				page.evaluate(tellPage).catch(error => `  page     ${error.message}`),
+				sleep(5000).then(() => '  page     it does not answer')]);
+			const open = [...requests.get(page)].map(request => `\n  awaits   ${request.method()} ` +
+				`${request.url()} ${request.postData() || ''}`);
+			return told + open.join('') + complaints.map(one => `\n  complains ${one}`).join('');
 		},
 		// How often a page asked before it was left, since the last call.
 		leavings: () => [leavings, leavings = 0][0],

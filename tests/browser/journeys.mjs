@@ -48,8 +48,9 @@ function counted(what, mostPresses, mostLoads)
 async function named(words)
 {
 	const mark = `(words => {
-		const found = [...document.querySelectorAll('a, button, summary')].find(element =>
-			element.textContent.trim().startsWith(words) && element.checkVisibility());
+		const found = document.readyState === 'complete' &&
+			[...document.querySelectorAll('a, button, summary')].find(element =>
+				element.textContent.trim().startsWith(words) && element.checkVisibility());
 		for (const other of document.querySelectorAll('[data-named]'))
 			delete other.dataset.named;
 		if (found)

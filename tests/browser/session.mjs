@@ -236,7 +236,7 @@ export async function session(drives)
 		} catch (error) {
 			checks++;
 			failures++;
-			console.log(`FAILED ${suite}: ${error.stack}`);
+			console.log(`FAILED ${suite}: ${error.stack}\n${await browser.tell()}`);
 			await takePicture();
 			await browser.startAnew();
 		}
