@@ -57,8 +57,8 @@ static bool take_words(word words[HEADER_WORDS], const nlattr *from)
 	if (!get_value(&head, from) || head.flags != TC_U32_TERMINAL || head.offshift != 0 ||
 	    head.offmask != 0 || head.off != 0 || head.offoff != 0 || head.hoff != 0)
 		return false;
-	const char *at = static_cast<const char *>(mnl_attr_get_payload(from)) + sizeof(head);
-	size_t size = mnl_attr_get_payload_len(from) - sizeof(head);
+	const char *at = get_bytes(from) + sizeof(head);
+	size_t size = get_size(from) - sizeof(head);
 	if (size < head.nkeys * sizeof(tc_u32_key))
 		return false;
 	for (size_t i = 0; i < head.nkeys; i++) {

@@ -66,6 +66,17 @@ struct link_company {
 /* What stands on the device of that index. False with errno set where netlink cannot be asked. */
 bool read_company(link_company *it, int index);
 
+struct link_news {
+	const char *at; // what the kernel told on a netlink socket of RTMGRP_LINK, aligned as it came,
+	size_t left;    // and how many bytes of it were not read yet
+	const char *name; // of a device that came or changed
+	int index;
+	bool comes_up;
+};
+
+/* Reads the next device that the kernel told of; false when there is none. */
+bool get_next_link(link_news *it);
+
 /* Reads what runs on the device into a tree; is_there false where the root qdisc is not one of ours
  * by its handle and kind. Filters of other protocols, chains and kinds are not in it. asked is what
  * was applied there last (forget_own_values), or null. */

@@ -13,13 +13,6 @@
 
 #include "netlink.h"
 
-static const ifinfomsg *get_ifinfomsg(const nlmsghdr *from)
-{
-	if (mnl_nlmsg_get_payload_len(from) < sizeof(ifinfomsg))
-		return nullptr;
-	return static_cast<const ifinfomsg *>(mnl_nlmsg_get_payload(from));
-}
-
 static const nlattr *get_link_attribute(const nlmsghdr *from, uint16_t type)
 {
 	return get_attribute(from, sizeof(ifinfomsg), type);
@@ -27,7 +20,7 @@ static const nlattr *get_link_attribute(const nlmsghdr *from, uint16_t type)
 
 static void take_link(link_state *it, const nlmsghdr *from)
 {
-	const ifinfomsg *header = get_ifinfomsg(from);
+	const ifinfomsg *header = get_header<ifinfomsg>(from);
 	if (!header)
 		return;
 	uint32_t mtu, queue_length;
@@ -66,11 +59,8 @@ static bool look_for_vlans(link_company *it, int index)
 
 static bool is_ipv6_of(const nlmsghdr *from, int index)
 {
-	if (mnl_nlmsg_get_payload_len(from) < sizeof(ifaddrmsg))
-		return false;
-	const void *payload = mnl_nlmsg_get_payload(from);
-	const ifaddrmsg *header = static_cast<const ifaddrmsg *>(payload);
-	return header->ifa_family == AF_INET6 && static_cast<int>(header->ifa_index) == index &&
+	const ifaddrmsg *header = get_header<ifaddrmsg>(from);
+	return header && header->ifa_family == AF_INET6 && static_cast<int>(header->ifa_index) == index &&
 	       header->ifa_scope != RT_SCOPE_LINK && header->ifa_scope != RT_SCOPE_HOST;
 }
 
@@ -99,8 +89,7 @@ static bool look_for_root(link_state *it)
 		it->root_handle = header->tcm_handle;
 		if (kind)
 			snprintf(it->root_kind, sizeof(it->root_kind), "%.*s",
-				 static_cast<int>(mnl_attr_get_payload_len(kind)),
-				 mnl_attr_get_str(kind));
+				 static_cast<int>(get_size(kind)), get_bytes(kind));
 	}
 	free_answers(&qdiscs);
 	return true;
@@ -122,4 +111,31 @@ bool read_company(link_company *it, int index)
 {
 	*it = {};
 	return look_for_vlans(it, index) && look_for_ipv6(it, index);
+}
+
+/* The device's name, where the kernel ended it. */
+static const char *get_name(const nlmsghdr *from)
+{
+	const nlattr *name = get_link_attribute(from, IFLA_IFNAME);
+	return name && memchr(get_bytes(name), '\0', get_size(name)) ? get_bytes(name) : nullptr;
+}
+
+bool get_next_link(link_news *it)
+{
+	size_t to_next;
+	const nlmsghdr *message;
+	while ((message = get_message(it->at, it->left, &to_next))) {
+		it->at += to_next;
+		it->left -= to_next;
+		const ifinfomsg *header = get_header<ifinfomsg>(message);
+		if (message->nlmsg_type != RTM_NEWLINK || !header ||
+		    header->ifi_family != AF_UNSPEC)
+			continue;
+		it->name = get_name(message);
+		it->index = header->ifi_index;
+		it->comes_up = (header->ifi_flags & IFF_UP) && (header->ifi_change & IFF_UP);
+		if (it->name)
+			return true;
+	}
+	return false;
 }

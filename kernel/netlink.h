@@ -7,7 +7,6 @@
 #include <stdint.h>
 #include <string.h>
 
-#include <libmnl/libmnl.h>
 #include <linux/rtnetlink.h>
 
 #include "../plan/list.h"
@@ -26,6 +25,31 @@ bool ask_traffic_control(answer_list *to, uint16_t type, int index, uint32_t par
 
 void free_answers(answer_list *it);
 
+/* What stands behind the header of a message, or of an attribute, and how long it is. */
+inline const char *get_bytes(const nlmsghdr *from)
+{
+	return reinterpret_cast<const char *>(from) + sizeof(*from);
+}
+
+inline size_t get_size(const nlmsghdr *from)
+{
+	return from->nlmsg_len - sizeof(*from);
+}
+
+inline const char *get_bytes(const nlattr *from)
+{
+	return reinterpret_cast<const char *>(from) + sizeof(*from);
+}
+
+inline size_t get_size(const nlattr *from)
+{
+	return from->nla_len - sizeof(*from);
+}
+
+/* The first message in so many bytes, where it is there as a whole; else null. to_next is how far
+ * behind it the next begins. */
+const nlmsghdr *get_message(const char *at, size_t size, size_t *to_next);
+
 /* The first attribute of that type behind the message's own header of so many bytes, or among those
  * of another attribute; null where there is none. */
 const nlattr *get_attribute(const nlmsghdr *from, size_t header, uint16_t type);
@@ -37,16 +61,24 @@ bool holds_text(const nlattr *it, const char *text);
 /* Copies what the attribute holds. False where it is null or holds less. */
 template <class T> bool get_value(T *to, const nlattr *from)
 {
-	if (!from || mnl_attr_get_payload_len(from) < sizeof(T))
+	if (!from || get_size(from) < sizeof(T))
 		return false;
-	memcpy(to, mnl_attr_get_payload(from), sizeof(T));
+	memcpy(to, get_bytes(from), sizeof(T));
 	return true;
 }
 
-/* The header of a message of traffic control; null for a message that is too short. */
-const tcmsg *get_tcmsg(const nlmsghdr *from);
+/* The header that messages of a kind have of their own; null for a message that is too short. */
+template <class T> const T *get_header(const nlmsghdr *from)
+{
+	return get_size(from) < sizeof(T) ? nullptr : reinterpret_cast<const T *>(get_bytes(from));
+}
 
-/* An attribute of such a message. */
+inline const tcmsg *get_tcmsg(const nlmsghdr *from)
+{
+	return get_header<tcmsg>(from);
+}
+
+/* An attribute of a message of traffic control. */
 const nlattr *get_tc_attribute(const nlmsghdr *from, uint16_t type);
 
 #endif

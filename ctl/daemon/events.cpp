@@ -3,8 +3,6 @@
 #include "events.h"
 
 #include <errno.h>
-#include <libmnl/libmnl.h>
-#include <linux/if.h>
 #include <linux/rtnetlink.h>
 #include <signal.h>
 #include <string.h>
@@ -62,50 +60,35 @@ int open_links(void)
 	return -1;
 }
 
-static int take_name(const struct nlattr *attribute, void *name)
+/* A device that came, or that was renamed, is not the one on which we made something. */
+static bool is_new_to(const applied *asked, const link_news *link)
 {
-	if (mnl_attr_get_type(attribute) == IFLA_IFNAME &&
-	    mnl_attr_validate(attribute, MNL_TYPE_NUL_STRING) >= 0)
-		*static_cast<const char **>(name) = mnl_attr_get_str(attribute);
-	return MNL_CB_OK;
+	return is_asked_for(asked, link->name) &&
+	       (link->comes_up || !is_made(asked, link->name, link->index));
 }
 
-struct link_question {
-	const applied *asked;
-	bool has_come;
-};
-
-/* A device that came, or that was renamed, is not the one on which we made something. */
-static int look_at_link(const struct nlmsghdr *message, void *data)
+static bool has_new_link(const applied *asked, const char *bytes, size_t size)
 {
-	link_question *question = static_cast<link_question *>(data);
-	if (message->nlmsg_type != RTM_NEWLINK ||
-	    mnl_nlmsg_get_payload_len(message) < sizeof(ifinfomsg))
-		return MNL_CB_OK;
-	const ifinfomsg *link = static_cast<const ifinfomsg *>(mnl_nlmsg_get_payload(message));
-	const char *name = nullptr;
-	mnl_attr_parse(message, sizeof(*link), take_name, &name);
-	if (link->ifi_family != AF_UNSPEC || !name || !is_asked_for(question->asked, name))
-		return MNL_CB_OK;
-	bool comes_up = (link->ifi_flags & IFF_UP) && (link->ifi_change & IFF_UP);
-	if (comes_up || !is_made(question->asked, name, link->ifi_index))
-		question->has_come = true;
-	return MNL_CB_OK;
+	link_news link = { bytes, size, nullptr, 0, false };
+	while (get_next_link(&link)) {
+		if (is_new_to(asked, &link))
+			return true;
+	}
+	return false;
 }
 
 bool has_link_come(int fd, const applied *asked)
 {
 	alignas(struct nlmsghdr) char buffer[16384];
-	link_question question = { asked, false };
+	bool has_come = false;
 	for (;;) {
 		ssize_t size = recv(fd, buffer, sizeof(buffer), 0);
 		if (size > 0)
-			mnl_cb_run(buffer, static_cast<size_t>(size), 0, 0, look_at_link,
-				   &question);
+			has_come |= has_new_link(asked, buffer, static_cast<size_t>(size));
 		else if (size < 0 && errno == ENOBUFS)
-			question.has_come = asked->is_there; // more came than there was room for
+			has_come = asked->is_there; // more came than there was room for
 		else if (size == 0 || errno != EINTR)
-			return question.has_come;
+			return has_come;
 	}
 }
 

@@ -3,7 +3,10 @@
 #include "../../kernel/netlink.h"
 
 #include <errno.h>
+#include <libmnl/libmnl.h>
+#include <linux/if.h>
 #include <linux/pkt_sched.h>
+#include <stdlib.h>
 
 #include <gtest/gtest.h>
 
@@ -106,5 +109,72 @@ TEST(netlink, is_not_led_astray_by_wrong_lengths)
 	for (unsigned length : { 0u, 1u, 3u, 65535u }) {
 		first->nla_len = static_cast<uint16_t>(length);
 		EXPECT_FALSE(get_tc_attribute(it.header, TCA_CHAIN)) << length;
+	}
+}
+
+/* Two links, and what is none between them, as the kernel tells of them. */
+struct told_links {
+	alignas(nlmsghdr) char bytes[512] = {};
+	size_t size = 0;
+
+	nlmsghdr *add(uint16_t type, unsigned char family, const char *name)
+	{
+		nlmsghdr *header = mnl_nlmsg_put_header(bytes + size);
+		header->nlmsg_type = type;
+		ifinfomsg *link = static_cast<ifinfomsg *>(
+			mnl_nlmsg_put_extra_header(header, sizeof(ifinfomsg)));
+		link->ifi_family = family;
+		link->ifi_index = 7;
+		if (name)
+			mnl_attr_put_strz(header, IFLA_IFNAME, name);
+		size += header->nlmsg_len;
+		return header;
+	}
+
+	told_links()
+	{
+		nlmsghdr *first = add(RTM_NEWLINK, AF_UNSPEC, "eth0");
+		ifinfomsg *link = static_cast<ifinfomsg *>(mnl_nlmsg_get_payload(first));
+		link->ifi_flags = link->ifi_change = IFF_UP;
+		add(RTM_DELLINK, AF_UNSPEC, "eth1");
+		add(RTM_NEWLINK, AF_BRIDGE, "eth2");
+		add(RTM_NEWLINK, AF_UNSPEC, nullptr);
+		add(RTM_NEWLINK, AF_UNSPEC, "eth3");
+	}
+};
+
+TEST(netlink, reads_the_links_that_the_kernel_tells_of)
+{
+	told_links told;
+	link_news it = { told.bytes, told.size, nullptr, 0, false };
+	ASSERT_TRUE(get_next_link(&it));
+	EXPECT_STREQ(it.name, "eth0");
+	EXPECT_EQ(it.index, 7);
+	EXPECT_TRUE(it.comes_up);
+	ASSERT_TRUE(get_next_link(&it));
+	EXPECT_STREQ(it.name, "eth3");
+	EXPECT_FALSE(it.comes_up);
+	EXPECT_FALSE(get_next_link(&it));
+	EXPECT_EQ(it.left, 0u);
+}
+
+TEST(netlink, reads_no_link_that_was_cut)
+{
+	told_links told;
+	for (size_t size = 0; size < told.size; size++) {
+		char *cut = static_cast<char *>(malloc(size));
+		memcpy(cut, told.bytes, size);
+		link_news it = { cut, size, nullptr, 0, false };
+		size_t found = 0;
+		while (get_next_link(&it))
+			found++;
+		EXPECT_LE(found, 1u) << size;
+		free(cut);
+	}
+	nlmsghdr *first = reinterpret_cast<nlmsghdr *>(told.bytes);
+	for (uint32_t length : { 0u, 15u, 1u << 31 }) {
+		first->nlmsg_len = length;
+		link_news it = { told.bytes, told.size, nullptr, 0, false };
+		EXPECT_FALSE(get_next_link(&it)) << length;
 	}
 }
