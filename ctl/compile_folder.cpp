@@ -4,10 +4,12 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <ftw.h>
+#include <linux/fs.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "../scripts/scripts.h"
@@ -95,9 +97,10 @@ static bool cannot_exchange(void)
 	return errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP;
 }
 
+/* Not every C library has a function for it. */
 static bool exchange(const char *one, const char *other)
 {
-	return renameat2(AT_FDCWD, one, AT_FDCWD, other, RENAME_EXCHANGE) == 0;
+	return syscall(SYS_renameat2, AT_FDCWD, one, AT_FDCWD, other, RENAME_EXCHANGE) == 0;
 }
 
 /* Puts from in the place of to, which goes to aside, where nothing is. */

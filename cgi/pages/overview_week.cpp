@@ -10,7 +10,7 @@
 #include "overview_parts.h"
 
 static const int HOURS = 24, WEEK = DAYS * HOURS;
-static const char NO_SLOT = -1;
+static const signed char NO_SLOT = -1; // plain char has no -1 on every processor
 static const int WEEKS_KEPT = 32; // what comes after them is drawn each time
 
 /* An hour as a form posts it; -1 for none. */
@@ -33,15 +33,15 @@ static int count_slots(const class_rec *rec)
 
 /* One day of a slot, which begins with this hour of the week. Equal hours are the whole day; a first
  * hour after the second runs past midnight, from Sunday into Monday too. */
-static void fill_day(char week[WEEK], int start, int from, int to, int slot)
+static void fill_day(signed char week[WEEK], int start, int from, int to, int slot)
 {
 	int length = from == to ? HOURS : (to - from + HOURS) % HOURS;
 	int first = from == to ? 0 : from;
 	for (int i = 0; i < length; i++)
-		week[(start + first + i) % WEEK] = static_cast<char>(slot);
+		week[(start + first + i) % WEEK] = static_cast<signed char>(slot);
 }
 
-static void fill_slot(char week[WEEK], const class_rec *rec, int slot)
+static void fill_slot(signed char week[WEEK], const class_rec *rec, int slot)
 {
 	int from = read_hour(rec->start_hour[slot]), to = read_hour(rec->end_hour[slot]);
 	for (int day = 0; day < DAYS && from >= 0 && to >= 0; day++) {
@@ -51,7 +51,7 @@ static void fill_slot(char week[WEEK], const class_rec *rec, int slot)
 }
 
 /* The slot that holds at each hour: of those that overlap the first. */
-static void fill_week(char week[WEEK], const class_rec *rec, int slots)
+static void fill_week(signed char week[WEEK], const class_rec *rec, int slots)
 {
 	memset(week, NO_SLOT, WEEK);
 	for (int slot = slots - 1; slot >= 0; slot--)
@@ -59,7 +59,7 @@ static void fill_week(char week[WEEK], const class_rec *rec, int slots)
 }
 
 /* The hours of the first slot, or those of the others, as lines. */
-static void print_lines(const char week[WEEK], bool is_first, int height)
+static void print_lines(const signed char week[WEEK], bool is_first, int height)
 {
 	for (int at = 0, end; at < WEEK; at = end) {
 		end = at + 1;
@@ -72,7 +72,7 @@ static void print_lines(const char week[WEEK], bool is_first, int height)
 }
 
 /* Where there are several slots the first one's lines are low. */
-static void print_drawing(const char week[WEEK], int slots)
+static void print_drawing(const signed char week[WEEK], int slots)
 {
 	printf("<path d='");
 	print_lines(week, slots == 1, 6);
@@ -85,9 +85,9 @@ static void print_drawing(const char week[WEEK], int slots)
 }
 
 /* The classes of a house keep the same hours: each week is drawn once, and then used. */
-static void print_strip(const char week[WEEK], int slots)
+static void print_strip(const signed char week[WEEK], int slots)
 {
-	static struct { char week[WEEK]; int slots; } kept[WEEKS_KEPT];
+	static struct { signed char week[WEEK]; int slots; } kept[WEEKS_KEPT];
 	static int count;
 	int i = 0;
 	while (i < count && (kept[i].slots != slots || memcmp(kept[i].week, week, WEEK) != 0))
@@ -108,7 +108,7 @@ static void print_strip(const char week[WEEK], int slots)
 
 void print_week(const class_rec *rec, const struct tm *now)
 {
-	char week[WEEK];
+	signed char week[WEEK];
 	int slots = count_slots(rec);
 	if (slots == 0)
 		return;

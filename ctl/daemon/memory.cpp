@@ -26,6 +26,8 @@ static int give_code_back(struct dl_phdr_info *of, size_t, void *)
 
 void give_memory_back(void)
 {
+#ifdef __GLIBC__ // another C library has no such call
 	malloc_trim(0);
+#endif
 	dl_iterate_phdr(give_code_back, nullptr);
 }
