@@ -8,6 +8,7 @@ import fs from 'node:fs';
 import puppeteer from 'puppeteer-core';
 
 const PATIENCE = Number(process.env.QOS_PATIENCE || 30000); // ms; a busy machine may take seconds for a page
+const SLOWDOWN = Number(process.env.QOS_SLOWDOWN || 1); // of the processor, in chromium: a poor one
 const FLAGS = ['--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
 	'--disable-background-networking', '--disable-component-update', '--disable-sync',
 	'--disable-dev-shm-usage'];
@@ -165,6 +166,8 @@ export async function openBrowser()
 				complaints.push(`${answer.url()}: status of ${answer.status()}`);
 		});
 		opened.setDefaultTimeout(PATIENCE);
+		if (SLOWDOWN > 1)
+			opened.emulateCPUThrottling(SLOWDOWN).catch(() => {});
 		return opened;
 	}
 

@@ -186,10 +186,11 @@ export const settled = () => wait('the form as it is stored', () => run(
 export const notice = text => wait(`the notice "${text}"`,
 	async () => (await texts('.notice'))[0]?.startsWith(text));
 
-// Sends the page, which is refused: nothing has told it so before.
+// Sends the page, which is refused: nothing has told it so before, and what was asked is not heard.
 export async function refused(buttonName, message, page)
 {
-	await run(`(window.weigh = () => {}, true)`);
+	await run(`(window.weigh = () => {}, clearTimeout(thinking), asking++,
+		remove_notes('weighed'), true)`);
 	await click(button(buttonName));
 	same('alert', await answer(), message);
 	await returned(page);
