@@ -230,7 +230,7 @@ export async function openBrowser()
 				return it.arrive(url);
 			});
 		},
-		back: () => run('history.back()'),
+		back: () => answerOf(() => run('history.back()')), // which may be quicker than its answer
 		reload: () => page.reload(),
 		url: () => page.url(),
 		// Presses keys by their names, one after the other, where the focus is.
