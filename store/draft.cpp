@@ -115,7 +115,7 @@ static bool inherit_access(int fd, const struct stat *old)
 	uid_t owner = is_root ? old->st_uid : static_cast<uid_t>(-1);
 	if (fchown(fd, owner, old->st_gid) != 0 && is_root)
 		return false;
-	return fchmod(fd, old->st_mode & 07777) == 0;
+	return fchmod(fd, old->st_mode & 0777) == 0;
 }
 
 static bool give_plain_access(int fd)

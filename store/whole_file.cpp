@@ -75,7 +75,8 @@ char *read_whole(const char *path, size_t *size, file_access *access)
 
 /* --- replacing --- */
 
-/* What is so already needs no right to be made so. */
+/* What is so already needs no right to be made so. A store is no program: what else a forged entry of
+ * the history says of its mode is not given. */
 static bool give_access(int fd, const file_access *access)
 {
 	struct stat now;
@@ -86,7 +87,7 @@ static bool give_access(int fd, const file_access *access)
 	uid_t owner = is_root ? access->owner : static_cast<uid_t>(-1);
 	if (fchown(fd, owner, access->group) != 0 && is_root)
 		return false;
-	return fchmod(fd, access->mode) == 0;
+	return fchmod(fd, access->mode & 0666) == 0;
 }
 
 /* For a file that was written in place. */

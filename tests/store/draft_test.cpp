@@ -129,6 +129,15 @@ TEST(draft, keeps_mode_group_and_owner)
 	}
 }
 
+TEST(draft, keeps_no_setuid_and_setgid)
+{
+	fresh_router router;
+	write_file(FILE_PATH, "old");
+	ASSERT_EQ(chmod(FILE_PATH.c_str(), 06755), 0);
+	EXPECT_TRUE(replace(FILE_PATH, "new"));
+	EXPECT_EQ(info_of(FILE_PATH).st_mode & 07777, 0755u);
+}
+
 TEST(draft, leaves_a_link_where_it_leads)
 {
 	fresh_router router;

@@ -80,6 +80,26 @@ TEST(recover_change, puts_back_bytes_access_and_absence)
 	EXPECT_EQ(recover_change(), NOTHING_OPEN);
 }
 
+/* An entry can be forged by who owns the folder. */
+TEST(recover_change, gives_reading_and_writing_alone)
+{
+	for (bool is_there : { false, true }) {
+		locked_router router;
+		chmod((STORES + "class").c_str(), 06775);
+		router.open({ "class" });
+		if (is_there)
+			write_file(STORES + "class", "");
+		else
+			std::filesystem::remove(STORES + "class");
+		chmod((STORES + "class").c_str(), 06775);
+		EXPECT_EQ(recover_change(), RECOVERED);
+		EXPECT_EQ(read_file(STORES + "class"), "[a]\nRATE=1\n");
+		struct stat info;
+		ASSERT_EQ(stat((STORES + "class").c_str(), &info), 0);
+		EXPECT_EQ(info.st_mode & 07777, 0664u);
+	}
+}
+
 TEST(recover_change, does_not_touch_what_is_the_same)
 {
 	locked_router router;
