@@ -15,6 +15,7 @@
 #include "../store/laid_aside.h"
 #include "../store/lock.h"
 #include "../store/message.h"
+#include "../store/owner.h"
 #include "../store/version.h"
 #include "compiler.h"
 
@@ -58,19 +59,30 @@ static bool recover_stores(int *lock)
 	if (*lock >= 0)
 		close(*lock);
 	*lock = lock_stores(LOCK_EX, LOCK_SECONDS);
-	return is_locked(*lock, "stores") && recover_change() != NOT_RECOVERED;
+	bool recovered = is_locked(*lock, "stores") && recover_change() != NOT_RECOVERED;
+	if (!recovered)
+		tell_protected_file();
+	return recovered;
+}
+
+/* Returns false where they cannot be had, and why is told. */
+static bool lock_sound_stores()
+{
+	int stores = lock_stores(LOCK_SH, LOCK_SECONDS);
+	return is_locked(stores, "stores") && (!is_change_open() || recover_stores(&stores));
 }
 
 /* The stores are those of one moment, and two runs follow each other: each reads what was saved
  * before it, and the later one's scripts stay. The process holds both locks to its end. */
 static bool lock_all()
 {
-	int stores = lock_stores(LOCK_SH, LOCK_SECONDS);
-	if (!is_locked(stores, "stores"))
+	if (!become_owner()) {
+		tell_not_owner(errno);
 		return false;
-	if (is_change_open() && !recover_stores(&stores))
-		return false;
-	return is_locked(lock_scripts(LOCK_SECONDS), "scripts");
+	}
+	bool locked = lock_sound_stores();
+	become_root_again();
+	return locked && is_locked(lock_scripts(LOCK_SECONDS), "scripts");
 }
 
 int main(int argc, char **argv)

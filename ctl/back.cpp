@@ -4,7 +4,6 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <unistd.h>
 
 #include "../store/message.h"
 #include "changes.h"
@@ -52,6 +51,6 @@ int run_back(const options *given)
 	if (status != EXIT_DONE)
 		return status;
 	status = bring_back(number, given->operand);
-	close(lock);
+	release_stores(lock);
 	return status;
 }

@@ -12,6 +12,7 @@
 #include "../store/laid_aside.h"
 #include "../store/lock.h"
 #include "../store/message.h"
+#include "../store/owner.h"
 #include "../store/text.h"
 
 /* --- the lock --- */
@@ -24,6 +25,7 @@ const char *get_reason(int reason)
 static int tell_unlocked(int reason)
 {
 	qos_warn("the stores cannot be locked: %s", get_reason(reason));
+	tell_protected_file();
 	return reason == EACCES || reason == EPERM ? EXIT_NOT_ALLOWED : EXIT_FAILED;
 }
 
@@ -36,6 +38,7 @@ static int lock_and_recover(int *lock, int seconds)
 	case RECOVERED: qos_warn("a change that was cut off has been put back"); break;
 	case NOTHING_OPEN: break;
 	case NOT_RECOVERED: // and why is told
+		tell_protected_file();
 		close(*lock);
 		return EXIT_FAILED;
 	}
@@ -61,7 +64,21 @@ static int share(int *lock, int seconds)
 
 int lock_sound_stores(int *lock, int operation, int seconds)
 {
-	return operation == LOCK_SH ? share(lock, seconds) : lock_and_recover(lock, seconds);
+	if (!become_owner()) {
+		tell_not_owner(errno);
+		return EXIT_NOT_ALLOWED;
+	}
+	int status = operation == LOCK_SH ? share(lock, seconds) : lock_and_recover(lock, seconds);
+	if (status != EXIT_DONE)
+		become_root_again();
+	return status;
+}
+
+void release_stores(int lock)
+{
+	if (lock >= 0)
+		close(lock);
+	become_root_again();
 }
 
 /* --- who --- */
@@ -88,6 +105,7 @@ int tell_unchanged(int reason)
 	qos_warn("%s: %s", strerror(reason),
 		 is_change_open() ? "what was changed will be put back by the next change"
 				  : "nothing was changed");
+	tell_protected_file();
 	return reason == EACCES || reason == EPERM ? EXIT_NOT_ALLOWED : EXIT_FAILED;
 }
 

@@ -9,9 +9,13 @@
 #include "ctl.h"
 
 /* Locks the stores (LOCK_SH or LOCK_EX), after a change that was cut has been put back, which is told.
- * Returns EXIT_DONE and a descriptor, which close() releases; -1 where there is no history to lock
- * for LOCK_SH. Else the exit status, and why is told. */
+ * Returns EXIT_DONE and a descriptor, -1 where there is no history to lock for LOCK_SH; root is then
+ * the owner of the stores (store/owner.h) until release_stores. Else the exit status, and why is
+ * told. */
 int lock_sound_stores(int *lock, int operation, int seconds);
+
+/* Gives up the lock, and being the owner. */
+void release_stores(int lock);
 
 /* A reason in words, that of a lock too. */
 const char *get_reason(int reason);

@@ -15,6 +15,7 @@
 
 #include "../scripts/scripts.h"
 #include "../store/message.h"
+#include "../store/owner.h"
 #include "../store/whole_file.h"
 #include "changes.h"
 
@@ -64,6 +65,7 @@ static int lock_all(compile_locks *it, const script_folders *of)
 	int status = lock_sound_stores(&it->stores, LOCK_SH, LOCK_SECONDS);
 	if (status != EXIT_DONE)
 		return status;
+	become_root_again(); // the scripts are root's
 	it->scripts = lock_folder(of->in_force, LOCK_EX, LOCK_SECONDS);
 	return it->scripts >= 0 ? EXIT_DONE
 				: tell_failure("the scripts cannot be locked", errno);

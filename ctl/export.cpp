@@ -4,9 +4,9 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <unistd.h>
 
 #include "../store/message.h"
+#include "../store/owner.h"
 #include "../store/whole_file.h"
 #include "changes.h"
 
@@ -44,10 +44,12 @@ int run_export(const options *given)
 	size_t size;
 	char *bundle = make_bundle(&size);
 	int reason = errno;
-	if (lock >= 0)
-		close(lock);
 	if (!bundle) {
 		qos_warn("the stores cannot be read whole: %s", strerror(reason));
+		tell_protected_file();
+	}
+	release_stores(lock);
+	if (!bundle) {
 		return reason == EACCES || reason == EPERM ? EXIT_NOT_ALLOWED : EXIT_FAILED;
 	}
 	warn_of_gate(bundle, size);

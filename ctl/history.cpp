@@ -3,7 +3,6 @@
 #include <errno.h>
 #include <stdio.h>
 #include <string.h>
-#include <unistd.h>
 
 #include "../store/message.h"
 #include "../store/text.h"
@@ -109,7 +108,6 @@ int run_history(const options *given)
 	if (status != EXIT_DONE)
 		return status;
 	status = show_history(given);
-	if (lock >= 0)
-		close(lock);
+	release_stores(lock);
 	return status;
 }

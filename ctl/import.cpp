@@ -4,7 +4,6 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <unistd.h>
 
 #include "../store/message.h"
 #include "changes.h"
@@ -64,7 +63,7 @@ static int import(kept_files *bundle)
 	if (status != EXIT_DONE)
 		return status;
 	status = take_in(bundle);
-	close(lock);
+	release_stores(lock);
 	return status;
 }
 

@@ -10,6 +10,7 @@
 #include "../scripts/scripts.h"
 #include "../store/lock.h"
 #include "../store/message.h"
+#include "../store/owner.h"
 #include "changes.h"
 #include "compiling.h"
 
@@ -69,14 +70,21 @@ static int read_in_force(script_set *set, const options *given)
 	return status;
 }
 
-/* What was saved, as of one moment where that can be had: who may not take the lock may still look. */
+/* What was saved, as of one moment where that can be had: who may not take the lock may still look.
+ * Root looks as the owner of the stores does, who may have put a link to another's file there: what
+ * is found, qosd tells that user. */
 static void check_saved(plan *it, const script_set *set, const options *given)
 {
-	int lock = given->root ? -1 : lock_stores(LOCK_SH, CHANGE_SECONDS);
+	bool is_ours = !given->root;
+	if (is_ours)
+		become_owner();
+	int lock = is_ours ? lock_stores(LOCK_SH, CHANGE_SECONDS) : -1;
+	become_root_again();
 	check_compile(it, set, given);
+	if (is_ours)
+		become_owner();
 	check_stores(it, given);
-	if (lock >= 0)
-		close(lock);
+	release_stores(lock);
 }
 
 int read_input(plan *it, script_set *set, const options *given)
