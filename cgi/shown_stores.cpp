@@ -2,6 +2,7 @@
 /* All stores, read once for a page. */
 #include "shown_stores.h"
 
+#include <stdio.h>
 #include <unistd.h>
 
 #include "../store/text.h"
@@ -17,6 +18,18 @@ void read_stores(shown_stores *to)
 		to->of[kind] = cfl_read(KINDS[kind].store);
 	if (lock >= 0)
 		close(lock);
+}
+
+bool is_unreadable(const shown_stores *in, object_kind kind)
+{
+	return !in->of[kind] && (kind != BASIC || access(KINDS[BASIC].store, F_OK) == 0);
+}
+
+void print_unreadable(object_kind kind)
+{
+	printf("<p class='msg bad'><b>The store cannot be read:</b> %s is no file that can be opened, "
+	       "so nothing can be shown or saved here.</p>\n",
+	       KINDS[kind].store);
 }
 
 const char *get_object(const shown_stores *in, object_kind kind, int n)

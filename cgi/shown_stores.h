@@ -15,6 +15,12 @@ struct shown_stores {
  * generation; where others hold it for longer than a second, as they are. */
 void read_stores(shown_stores *to);
 
+/* Whether the store is none that can be read; a router that never had bands has no store for them. */
+bool is_unreadable(const shown_stores *in, object_kind kind);
+
+/* Tells that a store cannot be read. */
+void print_unreadable(object_kind kind);
+
 /* The object at a position from 0 of a kind; null behind the last. Sections without a value count. */
 const char *get_object(const shown_stores *in, object_kind kind, int n);
 

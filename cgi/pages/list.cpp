@@ -4,7 +4,6 @@
 
 #include <stdio.h>
 #include <string.h>
-#include <unistd.h>
 
 #include "../../store/fields.h"
 #include "../../store/text.h"
@@ -228,19 +227,10 @@ static void print_table(list_page *in)
 	printf("</tbody>\n</table>\n<p class='s'>%s</p>\n</section>\n", PURPOSES[in->kind][1]);
 }
 
-/* A router that never had bands has no store for them. */
-static bool is_unreadable(const list_page *in)
-{
-	return !in->in.of[in->kind] &&
-	       (in->kind != BASIC || access(KINDS[BASIC].store, F_OK) == 0);
-}
-
 static void print_list(list_page *in)
 {
-	if (is_unreadable(in)) {
-		printf("<p class='msg bad'><b>The store cannot be read:</b> %s is no file that can "
-		       "be opened, so nothing can be shown or saved here.</p>\n",
-		       KINDS[in->kind].store);
+	if (is_unreadable(&in->in, in->kind)) {
+		print_unreadable(in->kind);
 	} else if (in->kind != POLICY && !get_object(&in->in, in->kind, 0)) {
 		printf("<section class='card' aria-label='%s'><p>There is none yet. %s</p>\n<p>",
 		       PAGES[in->kind].title, PURPOSES[in->kind][0]);

@@ -7,6 +7,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <unistd.h>
 
 #include "../../store/fields.h"
 #include "../../store/rules.h"
@@ -186,6 +187,34 @@ static void print_cards(overview *of)
 		print_card(of, &row);
 }
 
+/* Without them nothing is known of a device, and it is not said that it has nothing. Where they are
+ * not there yet, the router is new. */
+static bool has_trees(const overview *of)
+{
+	static const object_kind NEEDED[] = { POLICY, CLASS };
+	bool has_all = true;
+	for (object_kind kind : NEEDED) {
+		if (!is_unreadable(&of->in, kind) ||
+		    (access(KINDS[kind].store, F_OK) != 0 && errno == ENOENT))
+			continue;
+		print_unreadable(kind);
+		has_all = false;
+	}
+	return has_all;
+}
+
+static void print_trees(overview *of)
+{
+	if (!get_object(&of->in, POLICY, 0))
+		print_start();
+	else
+		print_key(is_carried(of));
+	print_cards(of);
+	print_lost_classes(of);
+	print_strange_policies(of);
+	print_free_filters(of);
+}
+
 int show_overview(void)
 {
 	static overview all;
@@ -206,14 +235,8 @@ int show_overview(void)
 	print_time(of);
 	printf("</div>\n");
 	print_silence(of, reason);
-	if (!get_object(&of->in, POLICY, 0))
-		print_start();
-	else
-		print_key(is_carried(of));
-	print_cards(of);
-	print_lost_classes(of);
-	print_strange_policies(of);
-	print_free_filters(of);
+	if (has_trees(of))
+		print_trees(of);
 	print_findings_left(of);
 	close_page();
 	return 0;

@@ -203,6 +203,20 @@ TEST(overview, an_empty_router_leads_to_the_first_steps)
 	EXPECT_EQ(count_of(page, "<section class='card' aria-labelledby='LAN"), 5u);
 }
 
+TEST(overview, a_store_that_cannot_be_read_is_not_taken_for_none)
+{
+	for (const char *name : { "policy", "class" }) {
+		router it;
+		it.remove_store(name);
+		std::filesystem::create_directory(STORES + name);
+		const std::string page = overview_page();
+		EXPECT_TRUE(has(page, "<b>The store cannot be read:</b>")) << name;
+		EXPECT_FALSE(has(page, "Nothing is shaped yet")) << name;
+		EXPECT_FALSE(has(page, "Not shaped")) << name;
+		EXPECT_FALSE(has(page, "In no tree")) << name;
+	}
+}
+
 TEST(overview, hostile_names_and_values_are_text)
 {
 	router it;
