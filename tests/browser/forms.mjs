@@ -426,7 +426,33 @@ async function driveEarly()
 	await drop('ip', 'early');
 }
 
-export const forms = { presses: drivePresses, early: driveEarly, chooser: driveChooser, none: driveNone, 'no list': driveNoList,
+// On a phone what is told of changes is cut, so that no field with the focus is under Save.
+async function driveNarrow()
+{
+	await open(cgi + EDIT);
+	const desk = page().viewport();
+	await page().setViewport({ width: 320, height: 480 });
+	const { told, under } = await run(`(() => {
+		all('.fold').forEach(button => fold(button, false));
+		all('[name$=hour]').forEach(hour => { hour.value = '5'; });
+		name_changes();
+		const told = all('#changes')[0].textContent;
+		all('#changes')[0].textContent = 'Changed: Schedule 1, Use this schedule, Schedule 2, ' +
+			'Use this schedule, Schedule 3, Use this schedule and 40 more';
+		const under = all('.sheet :is(input, select, button)').filter(field => {
+			field.focus();
+			return field.getBoundingClientRect().bottom > all('.save')[0].getBoundingClientRect().top;
+		});
+		return { told, under: under.map(({ name }) => name) };
+	})()`);
+	same('what changed is told', /^Changed: Schedule 1, From, .* more$/.test(told), true);
+	same('fields under Save', under, []);
+	await page().setViewport(desk);
+	await run(`(forget(), true)`);
+	await settled();
+}
+
+export const forms = { presses: drivePresses, early: driveEarly, narrow: driveNarrow, chooser: driveChooser, none: driveNone, 'no list': driveNoList,
 	entries: driveEntries, meaning: driveMeaning, name: driveName, remedies: driveRemedies,
 	id: driveId, 'odd device': driveOddDevice,
 	copy: driveCopy, checks: driveChecks, filters: driveFilters, days: driveDays };
