@@ -48,8 +48,6 @@ static void keep_message(answer_list *list, const nlmsghdr *message)
 	*add_item(list) = copy;
 }
 
-enum answer_state { MORE_COMES, COMPLETE, FAILED };
-
 static answer_state fail(int reason)
 {
 	errno = reason;
@@ -65,6 +63,15 @@ static answer_state read_error(const nlmsghdr *message)
 	return told->error == 0 ? COMPLETE : fail(told->error < 0 ? -told->error : told->error);
 }
 
+/* The end of a listing says how it went: below 0 is why there is no more of it. */
+static answer_state read_end(const nlmsghdr *message)
+{
+	const int *result = get_header<int>(message);
+	if (!result)
+		return fail(EBADMSG);
+	return *result < 0 ? fail(-*result) : COMPLETE;
+}
+
 static answer_state take_message(answer_list *to, const nlmsghdr *message)
 {
 	if (message->nlmsg_flags & NLM_F_DUMP_INTR)
@@ -72,15 +79,15 @@ static answer_state take_message(answer_list *to, const nlmsghdr *message)
 	if (message->nlmsg_type == NLMSG_ERROR)
 		return read_error(message);
 	if (message->nlmsg_type == NLMSG_DONE)
-		return COMPLETE;
+		return read_end(message);
 	if (message->nlmsg_type >= NLMSG_MIN_TYPE)
 		keep_message(to, message);
 	return MORE_COMES;
 }
 
 /* Messages that answer somebody else's question are a fault of the kernel, or none of its own. */
-static answer_state take_messages(answer_list *to, const char *at, size_t size,
-				  const nlmsghdr *request, unsigned port)
+answer_state take_messages(answer_list *to, const char *at, size_t size, const nlmsghdr *request,
+			   unsigned port)
 {
 	size_t to_next = 0;
 	answer_state state = MORE_COMES;

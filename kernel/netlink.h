@@ -25,6 +25,13 @@ bool ask_traffic_control(answer_list *to, uint16_t type, int index, uint32_t par
 
 void free_answers(answer_list *it);
 
+/* Adds copies of the messages in so many bytes, which must answer the request and go to the port.
+ * FAILED with errno set, where what came before stays in the list: a listing that breaks off is no
+ * shorter listing. */
+enum answer_state { MORE_COMES, COMPLETE, FAILED };
+answer_state take_messages(answer_list *to, const char *at, size_t size, const nlmsghdr *request,
+			   unsigned port);
+
 /* What stands behind the header of a message, or of an attribute, and how long it is. */
 inline const char *get_bytes(const nlmsghdr *from)
 {

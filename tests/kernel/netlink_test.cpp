@@ -178,3 +178,66 @@ TEST(netlink, reads_no_link_that_was_cut)
 		EXPECT_FALSE(get_next_link(&it)) << length;
 	}
 }
+
+/* The end of an answer: a link, and what the kernel says of how the listing went. */
+struct answer {
+	alignas(nlmsghdr) char bytes[512] = {};
+	nlmsghdr request = {};
+	answer_list taken = {};
+	size_t size = 0;
+
+	nlmsghdr *add(uint16_t type)
+	{
+		nlmsghdr *header = mnl_nlmsg_put_header(bytes + size);
+		header->nlmsg_type = type;
+		header->nlmsg_seq = 1;
+		header->nlmsg_pid = 7;
+		return header;
+	}
+
+	answer(uint16_t type, const void *behind, size_t length)
+	{
+		request.nlmsg_seq = 1;
+		nlmsghdr *link = add(RTM_NEWLINK);
+		mnl_nlmsg_put_extra_header(link, sizeof(ifinfomsg));
+		size = link->nlmsg_len;
+		nlmsghdr *end = add(type);
+		if (length > 0)
+			memcpy(mnl_nlmsg_put_extra_header(end, length), behind, length);
+		size += end->nlmsg_len;
+		errno = 0;
+	}
+
+	~answer() { free_answers(&taken); }
+
+	answer_state take() { return take_messages(&taken, bytes, size, &request, 7); }
+};
+
+TEST(netlink, a_listing_is_complete_where_its_end_says_so)
+{
+	const int good = 0, failed = -EOPNOTSUPP;
+	answer complete(NLMSG_DONE, &good, sizeof(good)), broken(NLMSG_DONE, &failed, sizeof(failed));
+	EXPECT_EQ(complete.take(), COMPLETE);
+	EXPECT_EQ(complete.taken.count, 1u);
+	EXPECT_EQ(broken.take(), FAILED);
+	EXPECT_EQ(errno, EOPNOTSUPP);
+	answer cut(NLMSG_DONE, nullptr, 0), open(NLMSG_NOOP, nullptr, 0);
+	EXPECT_EQ(cut.take(), FAILED);
+	EXPECT_EQ(errno, EBADMSG);
+	EXPECT_EQ(open.take(), MORE_COMES);
+}
+
+TEST(netlink, takes_no_answer_that_failed_or_is_somebody_elses)
+{
+	const nlmsgerr denied = { -EPERM, {} };
+	answer error(NLMSG_ERROR, &denied, sizeof(denied));
+	EXPECT_EQ(error.take(), FAILED);
+	EXPECT_EQ(errno, EPERM);
+	answer others(NLMSG_DONE, nullptr, 0);
+	EXPECT_EQ(take_messages(&others.taken, others.bytes, others.size, &others.request, 8), FAILED);
+	EXPECT_EQ(errno, EPROTO);
+	answer changed(RTM_NEWLINK, nullptr, 0);
+	reinterpret_cast<nlmsghdr *>(changed.bytes)->nlmsg_flags |= NLM_F_DUMP_INTR;
+	EXPECT_EQ(changed.take(), FAILED);
+	EXPECT_EQ(errno, EINTR);
+}
