@@ -97,7 +97,7 @@ int begin_exclusive(void)
 		int reason = errno;
 		refuse(get_status_for(reason),
 		       "The stores cannot be locked (%s), and nothing is changed without the lock.",
-		       strerror(reason));
+		       get_lock_reason(reason));
 		return -1;
 	}
 	switch (recover_change()) {

@@ -48,7 +48,7 @@ static bool is_locked(int lock, const char *what)
 {
 	if (lock >= 0 || errno == ENOENT || errno == ENOTDIR)
 		return true;
-	qos_warn("the %s cannot be locked: %s", what, strerror(errno));
+	qos_warn("the %s cannot be locked: %s", what, get_lock_reason(errno));
 	return false;
 }
 

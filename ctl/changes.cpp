@@ -19,7 +19,7 @@
 
 const char *get_reason(int reason)
 {
-	return reason == ETIMEDOUT ? "others hold the lock and do not end" : strerror(reason);
+	return reason == ETIMEDOUT ? "others hold the lock and do not end" : get_lock_reason(reason);
 }
 
 static int tell_unlocked(int reason)

@@ -4,6 +4,7 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <string.h>
 #include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
@@ -15,9 +16,12 @@
  * out nobody who opened the first. */
 #ifdef QOS_LOCKS
 static const char LOCK_FILE[] = QOS_LOCKS "/stores";
+static const char MISSING[] = QOS_LOCKS "/stores is missing: systemd-tmpfiles --create makes it, and "
+					"without systemd /etc/init.d/qos start";
 static const bool LOCK_IS_APART = true;
 #else
 static const char LOCK_FILE[] = QOS_STORES "/.history/lock";
+static const char MISSING[] = "";
 static const bool LOCK_IS_APART = false;
 #endif
 static const long PAUSE = 5000000; // nanoseconds between two attempts
@@ -64,11 +68,20 @@ static int make_lock_file(int flags)
 	return -1;
 }
 
+/* That it is missing does not mean that nobody ever changed the stores: others may do it now. */
+static int open_lock_apart(int flags)
+{
+	int fd = open(LOCK_FILE, flags);
+	if (fd < 0 && (errno == ENOENT || errno == ENOTDIR))
+		errno = ENOLCK;
+	return fd;
+}
+
 static int open_lock_file(int operation)
 {
 	const int flags = O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
 	if (LOCK_IS_APART)
-		return operation == LOCK_SH || make_folder() ? open(LOCK_FILE, flags) : -1;
+		return operation == LOCK_SH || make_folder() ? open_lock_apart(flags) : -1;
 	int fd = open(LOCK_FILE, flags);
 	if (fd >= 0 || errno != ENOENT || operation == LOCK_SH)
 		return fd;
@@ -112,4 +125,9 @@ int lock_stores(int operation, int seconds)
 	close(fd);
 	errno = reason;
 	return -1;
+}
+
+const char *get_lock_reason(int reason)
+{
+	return LOCK_IS_APART && reason == ENOLCK ? MISSING : strerror(reason);
 }

@@ -9,8 +9,12 @@
 /* Takes the lock: operation is LOCK_SH or LOCK_EX. LOCK_EX makes the file and its folder where
  * they are absent, for the router's own users only; LOCK_SH makes nothing and fails with ENOENT
  * then. Returns a descriptor that close() releases, and that a started program does not inherit;
- * -1 with errno set otherwise, ETIMEDOUT where others held it for all of these seconds. */
+ * -1 with errno set otherwise, ETIMEDOUT where others held it for all of these seconds. A lock in a
+ * folder of root's own (QOS_LOCKS) is never made here: ENOLCK where it is missing. */
 int lock_stores(int operation, int seconds);
+
+/* Why lock_stores failed, as strerror has it; of a lock that is missing, what makes it. */
+const char *get_lock_reason(int reason);
 
 /* Takes the lock of an open file or folder, as above. Returns false with errno set, ETIMEDOUT where
  * others held it for all of these seconds; fd stays open. */
