@@ -184,9 +184,11 @@ static int judge(const script_folders *of, const compile_run *run, const options
 	tell_lines(run->told);
 	tell_end(&result);
 	keep_result(&result);
-	bool is_taken = is_compiled_well(&result) || (given->force && has_scripts(folder));
-	if (is_taken)
+	bool is_well = is_compiled_well(&result), has_new = has_scripts(folder);
+	if (has_new && (is_well || given->force))
 		return take_over(of, !run->is_private);
+	if (is_well) // no compiler of ours: whatever was started in its place ended as it does
+		qos_warn("the compiler has ended well and written no script");
 	qos_warn("%s", given->force ? "there are no new scripts, and the old ones stay"
 				    : "the scripts stay as they were; compile --force takes the new "
 				      "ones all the same");
