@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
-// Pictures of the real pages for the README, into a folder: pictures.mjs FOLDER. docs/make-pictures
-// serves the sample router and runs this. On a router with a kernel of its own the office is at work:
-// what is configured runs, and packets pass while the pictures are taken.
+// Pictures of the real pages for the README and the guide, into a folder: pictures.mjs FOLDER.
+// docs/make-pictures serves the sample router and runs this. On a router with a kernel of its own the
+// office is at work: what is configured runs, and packets pass while the pictures are taken.
 import { execFileSync, spawn } from 'node:child_process';
 import path from 'node:path';
-import { arrive, button, cgi, click, list, open, page, query, session, sumUp, type }
-	from './session.mjs';
+import { fileURLToPath } from 'node:url';
+import { arrive, button, cgi, click, list, open, page, query, read, session, sumUp, type,
+	write } from './session.mjs';
 
 const SAMPLES = 25000; // ms in which qosd has read the counters twice, and knows a rate
 
@@ -21,6 +22,9 @@ const PACKETS = [
 
 const overview = '?obj=router&type=overview';
 const apply = '?obj=router&type=apply';
+const KINDS = ['policy', 'class', 'filter', 'port', 'ip', 'basic'];
+const first = '?obj=router&type=first';
+const FIRST_ANSWERS = [['up', '5'], ['down', '20'], ['phones', '192.168.1.200-219']];
 const guests = query('class', 'edit', 'fibre-guests');
 
 const [folder] = process.argv.slice(2);
@@ -33,7 +37,7 @@ async function beginWork()
 	for (const verb of ['compile', 'apply'])
 		execFileSync(inside, ['qosctl', verb]);
 	const sender = spawn('perl',
-		[new URL('../kernel/send-packets', import.meta.url).pathname],
+		[fileURLToPath(new URL('../kernel/send-packets', import.meta.url))],
 		{ stdio: ['pipe', 'inherit', 'inherit'] });
 	const sending = setInterval(() => sender.stdin.write(PACKETS.join('\n') + '\n'), PAUSE);
 	await new Promise(resolve => setTimeout(resolve, SAMPLES));
@@ -61,8 +65,28 @@ async function saveRate(id, rate)
 	await arrive(list('class'));
 }
 
+// What the first steps would make for the office of docs/guide/first-line.md, on an empty router.
+async function takeFirstSteps()
+{
+	const before = KINDS.map(read);
+	for (const kind of KINDS)
+		write(kind, '');
+	await page().setViewport({ width: 1280, height: 720 });
+	await open(cgi + first);
+	for (const [name, value] of FIRST_ANSWERS)
+		await type(`[name=${name}]`, value);
+	for (const name of ['work', 'guests'])
+		await click(`[name=${name}]`);
+	await click('main form button');
+	await page().waitForNetworkIdle({ idleTime: 500 });
+	await page().evaluate(() => window.scrollTo(0, 0));
+	await page().screenshot({ path: path.join(folder, 'first-steps.png') });
+	KINDS.forEach((kind, n) => write(kind, before[n]));
+}
+
 async function takePictures()
 {
+	await takeFirstSteps();
 	const endWork = inside ? await beginWork() : () => {};
 	await takePicture('overview', overview);
 	await takePicture('class', guests);
