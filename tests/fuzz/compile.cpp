@@ -5,6 +5,7 @@
  * Whatever the stores hold, the compile ends with one of its three results, a shell sees nothing
  * that means something to it, and nothing but scripts is left. */
 #include <dirent.h>
+#include <dlfcn.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -21,6 +22,7 @@ static const char *const KINDS_OF_STORE[] = { "policy", "class", "filter", "port
 static const unsigned SECONDS = 10;
 
 static std::string report; // of the command shell; read by system() in the child
+static bool is_compiling;  // in the child
 
 static void write_text(const std::string &path, const std::string &text)
 {
@@ -53,9 +55,13 @@ static bool is_plain(const std::string &text, const std::string &marks)
 }
 
 /* In place of the C library's, so that no shell is started: it answers as the router's programs do,
- * and looks at what a shell would have been told. */
+ * and looks at what a shell would have been told. The fuzzer itself begins its helpers by it. */
 extern "C" int system(const char *command)
 {
+	if (!is_compiling) {
+		typedef int system_function(const char *);
+		return reinterpret_cast<system_function *>(dlsym(RTLD_NEXT, "system"))(command);
+	}
 	std::string asked;
 	if (take_between(command, "/usr/local/sbin/imish -e \"show intfinfo ",
 			 " > /tmp/qos_devinfo\" 2> /dev/null", &asked)) {
@@ -82,6 +88,17 @@ static std::vector<std::string> files_in(const std::string &folder)
 	}
 	closedir(open);
 	return names;
+}
+
+/* What an input left before this process, that ended it, is not to count for the next. */
+static void empty_folders()
+{
+	static bool is_done;
+	for (const std::string folder : { SCRIPTS, "/tmp/" }) {
+		for (const std::string &name : is_done ? std::vector<std::string>() : files_in(folder))
+			unlink((folder + name).c_str());
+	}
+	is_done = true;
 }
 
 static void take_scripts()
@@ -126,8 +143,12 @@ static void lay_stores_out(const std::vector<std::string> &lines)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
 	const std::string input(reinterpret_cast<const char *>(data), size);
+	empty_folders();
 	lay_stores_out(split(input, '\n'));
-	const child_end end = run_child("", SECONDS, do_policy);
+	const child_end end = run_child("", SECONDS, [] {
+		is_compiling = true;
+		return do_policy();
+	});
 	must(end.status == 1 || end.status == 0 || end.status == -1,
 	     "a compile has one of three results");
 	must(end.out.find("(null)") == std::string::npos, "no null is printed");

@@ -14,7 +14,7 @@
 
 #include "fuzz.h"
 
-int run_main_cgi(void); // main.cgi's main, under another name
+int run_main_cgi(int argc, char **argv); // main.cgi's main, under another name
 
 static const char STORES[] = "/etc/conf/qos_config";
 static const char KEPT[] = "/var/kept"; // the stores of the sample
@@ -44,17 +44,26 @@ static file_map read_stores()
 	return found;
 }
 
-/* Puts the sample's stores back where the last requests changed anything. */
-static void lay_stores_out()
+static void put_stores_back()
 {
-	if (!std::filesystem::exists(KEPT))
-		std::filesystem::copy(STORES, KEPT, std::filesystem::copy_options::recursive);
-	static const file_map sample = read_stores();
-	if (read_stores() == sample)
-		return;
 	for (const auto &entry : std::filesystem::directory_iterator(STORES))
 		std::filesystem::remove_all(entry.path());
 	std::filesystem::copy(KEPT, STORES, std::filesystem::copy_options::recursive);
+}
+
+/* Puts the sample's stores back where the last requests changed anything, those too that ended the
+ * process before this one. */
+static void lay_stores_out()
+{
+	static bool is_kept;
+	if (!is_kept && !std::filesystem::exists(KEPT))
+		std::filesystem::copy(STORES, KEPT, std::filesystem::copy_options::recursive);
+	else if (!is_kept)
+		put_stores_back();
+	is_kept = true;
+	static const file_map sample = read_stores();
+	if (read_stores() != sample)
+		put_stores_back();
 }
 
 static int serve(const std::vector<std::string> &request, const std::string &length)
@@ -71,7 +80,8 @@ static int serve(const std::vector<std::string> &request, const std::string &len
 						    name.find("CONTENT_") == 0))
 			setenv(name.c_str(), request[i].c_str() + equals + 1, 1);
 	}
-	return run_main_cgi();
+	char name[] = "main.cgi", *words[] = { name, nullptr };
+	return run_main_cgi(1, words);
 }
 
 static bool starts_with(const std::string &text, const std::string &start)
