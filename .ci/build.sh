@@ -22,9 +22,9 @@ install_packages()
 		{ echo "cannot install:$missing" >&2; return 1; }
 }
 
-# build_in FOLDER [CMAKE OPTION ...] builds in the folder. One that was made for another source
-# tree, or for another way to build, stays as it is: it may be somebody's.
-build_in()
+# configure_in FOLDER [CMAKE OPTION ...] makes the folder ready to build in. One that was made for
+# another source tree, or for another way to build, stays as it is: it may be somebody's.
+configure_in()
 {
 	folder=$1
 	shift
@@ -42,10 +42,39 @@ build_in()
 		older="; $folder is from an earlier run: remove it if it may be out of date"
 	fi
 	mkdir -p "$folder"
-	{
-		cmake -S . -B "$folder" -G 'Unix Makefiles' "$@" &&
-		cmake --build "$folder" -j "$(nproc)"
-	} > "$folder/log" 2>&1 || { cat "$folder/log"; echo "cannot build$older" >&2; return 1; }
+	cmake -S . -B "$folder" -G 'Unix Makefiles' "$@" > "$folder/log" 2>&1 || say_unbuilt
+}
+
+# Of the folder that was configured last.
+say_unbuilt()
+{
+	cat "$folder/log"
+	echo "cannot build$older" >&2
+	return 1
+}
+
+# build_in FOLDER [CMAKE OPTION ...] builds in the folder.
+build_in()
+{
+	configure_in "$@" || return
+	make -C "$folder" -j "$(nproc)" >> "$folder/log" 2>&1 || say_unbuilt
+}
+
+# build_beside FOLDER [CMAKE OPTION ...] begins to build in the folder, with what the others leave of
+# the processors; await_build waits for its end. It ends with the script that began it.
+build_beside()
+{
+	configure_in "$@" || return
+	nice -n 19 make -C "$folder" -j "$(nproc)" >> "$folder/log" 2>&1 &
+	building=$!
+	trap 'kill "$building" 2> /dev/null || true' EXIT
+	trap 'exit 1' HUP INT TERM
+}
+
+await_build()
+{
+	wait "$building" || say_unbuilt
+	trap - EXIT
 }
 
 # install_modules installs the npm modules that drive browsers, as the lock file has them.

@@ -252,7 +252,7 @@ TEST(samples, a_week_of_a_hundred_classes_takes_half_a_megabyte)
 	}
 	long taken = resident() - before;
 	RecordProperty("kibibytes", static_cast<int>(taken));
-#ifndef __SANITIZE_ADDRESS__
+#ifndef QOS_SANITIZE
 	EXPECT_LE(taken, 512);
 #endif
 	begin_reading(&all, 3000 * SECOND + int64_t(COARSE_COUNT + 100) * 300 * SECOND);

@@ -168,7 +168,7 @@ static bool make_recovery()
 /* --- around it --- */
 
 /* Under a sanitizer a process is slow to start, and what it looks for is not in every call. */
-#ifdef __SANITIZE_ADDRESS__
+#ifdef QOS_SANITIZE
 static const int FIRST_CALL = 3, STEP = 9;
 #else
 static const int FIRST_CALL = 1, STEP = 1;

@@ -232,7 +232,7 @@ TEST(draft, leaves_a_write_protected_file)
 /* Half of what was written would be taken for all of it. */
 TEST(finish_draft, fails_when_memory_is_short_for_the_text)
 {
-#ifdef __SANITIZE_ADDRESS__
+#ifdef QOS_SANITIZE
 	GTEST_SKIP() << "the sanitizer has room of its own";
 #endif
 	fresh_router router;
